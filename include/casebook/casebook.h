@@ -1,0 +1,19 @@
+#pragma once
+
+#include <casebook/aux_file.h>
+#include <casebook/aux_file_collection.h>
+#include <casebook/connection.h>
+#include <casebook/exception_base.h>
+#include <casebook/journal.h>
+#include <casebook/journal_codes.h>
+#include <casebook/merge.h>
+#include <casebook/project.h>
+#include <casebook/record.h>
+#include <casebook/regex.h>
+#include <casebook/serializer.h>
+#include <casebook/tag_group.h>
+#include <casebook/transaction.h>
+#include <casebook/transaction_record.h>
+#include <casebook/variable.h>
+#include <casebook/variant.h>
+#include <casebook/weak_ptr.h>

@@ -1,0 +1,106 @@
+// The project as a whole: its life, texts, transactions and signals.
+
+#include <casebook/project.h>
+
+#include <casebook/journal.h>
+
+#include "project/components.h"
+#include "store/locks.h"
+#include "store/property.h"
+
+#include <atomic>
+
+namespace casebook {
+
+namespace {
+
+void refuseInSlot(Signals const& signals) {
+  if (signals.emitting()) throw varnel::ExceptionBase{"The project cannot be replaced while it is signalling.", true};
+}
+
+}  // namespace
+
+Project::Project() : components_{std::make_unique<Components>()} {}
+
+Project::~Project() {
+  Project* self = this;
+  std::atomic_ref<Project*>{projectPtr}.compare_exchange_strong(self, nullptr);
+}
+
+void Project::signalProjectChangePreConnected() {}
+void Project::signalProjectChangeConnected() {}
+void Project::signalProjectJournalConnected() {}
+void Project::signalProjectResetConnected() {}
+
+bool Project::empty() const { return components_->store.records.empty(); }
+
+std::string Project::friendlyName() const { return components_->store.texts.friendlyName; }
+std::string Project::description() const { return components_->store.texts.description; }
+std::string Project::rootPath() const { return components_->store.texts.rootPath; }
+
+void Project::setFriendlyName(std::string const& name) {
+  setProperty(components_->recorder, components_->store.texts, properties::friendlyName, name);
+}
+void Project::setDescription(std::string const& description) {
+  setProperty(components_->recorder, components_->store.texts, properties::projectDescription, description);
+}
+void Project::setRootPath(std::string const& path) {
+  setProperty(components_->recorder, components_->store.texts, properties::rootPath, path);
+}
+
+Transaction Project::startTransaction() {
+  components_->transactions.openLevel();
+  return Transaction{*this, 1};
+}
+void Project::startTransaction(u64) { components_->transactions.openLevel(); }
+void Project::endTransaction(u64) { components_->transactions.closeLevel(); }
+u64 Project::transactionDepth() const { return components_->transactions.depth(); }
+bool Project::isEmitting() const { return components_->signals.emitting(); }
+
+void Project::processJournalTransaction(Journal::Transaction const& block, Direction direction) {
+  refuseInSlot(components_->signals);
+  components_->replay.run(block, direction);
+}
+
+void Project::resetProject() {
+  refuseInSlot(components_->signals);
+  components_->table.restart();
+  components_->log.clear();
+  components_->recorder.block().restart();
+  components_->caseIndex.clear();
+  components_->transactions.emitReset();
+}
+
+void Project::clearEntireProjectWithoutSignal() {
+  refuseInSlot(components_->signals);
+  auto fresh = std::make_unique<Components>();
+  fresh->transactions.continueAt(components_->transactions.depth());
+  components_.swap(fresh);
+}
+
+bool Project::isCompletelyUnlocked() const {
+  return components_->transactions.depth() == 0 && isUnlocked(components_->store);
+}
+
+Connection Project::connectProjectChangePre(ChangeSlot slot) {
+  auto connection = components_->signals.changePre.connect(std::move(slot));
+  signalProjectChangePreConnected();
+  return connection;
+}
+Connection Project::connectProjectChange(ChangeSlot slot) {
+  auto connection = components_->signals.change.connect(std::move(slot));
+  signalProjectChangeConnected();
+  return connection;
+}
+Connection Project::connectProjectJournal(JournalSlot slot) {
+  auto connection = components_->signals.journal.connect(std::move(slot));
+  signalProjectJournalConnected();
+  return connection;
+}
+Connection Project::connectProjectReset(ResetSlot slot) {
+  auto connection = components_->signals.reset.connect(std::move(slot));
+  signalProjectResetConnected();
+  return connection;
+}
+
+}  // namespace casebook

@@ -1,0 +1,114 @@
+// Around the table: files, tag groups, rules, merging.
+
+#include <casebook/aux_file.h>
+#include <casebook/aux_file_collection.h>
+#include <casebook/merge.h>
+#include <casebook/project.h>
+#include <casebook/record.h>
+#include <casebook/regex.h>
+#include <casebook/tag_group.h>
+
+#include "platform/unavailable.h"
+#include "project/components.h"
+#include "project/lists.h"
+#include "store/property.h"
+
+namespace casebook {
+
+using AuxFileList = std::vector<WeakPtr<AuxFile>>;
+
+std::vector<WeakPtr<Regex<Variable>>> Project::variableRegexs() const {
+  return listOf<Regex<Variable>>(components_->store.variableRegexs);
+}
+std::vector<WeakPtr<Regex<std::string>>> Project::pathRegexs() const {
+  return listOf<Regex<std::string>>(components_->store.pathRegexs);
+}
+std::vector<WeakPtr<TagGroup>> Project::tagGroups() const { return listOf<TagGroup>(components_->store.tagGroups); }
+
+AuxFileList Project::auxFiles(u64, std::set<std::string> const&) { refuseUnavailable("auxFiles by tags"); }
+AuxFileList Project::auxFiles(u64 record) {
+  AuxFileList list;
+  for (auto const* file : components_->auxFiles.ofRecord(record)) list.emplace_back(file->id);
+  return list;
+}
+AuxFileList Project::auxFiles(std::string const&) { refuseUnavailable("auxFiles by tag"); }
+AuxFileList Project::auxFiles() { return listOf<AuxFile>(components_->store.auxFiles); }
+AuxFileList Project::auxFilesImage(u64) { refuseUnavailable("auxFilesImage"); }
+AuxFileList Project::auxFiles3DX(u64) { refuseUnavailable("auxFiles3DX"); }
+AuxFileList Project::auxFilesNonImage(u64, std::set<std::string> const&) { refuseUnavailable("auxFilesNonImage"); }
+
+WeakPtr<AuxFile> Project::addAuxFile(u64 record, std::string const& path, std::string const& tag) {
+  return WeakPtr<AuxFile>{components_->auxFiles.add(record, path, tag).id};
+}
+std::string Project::auxFilePath(u64 auxFile) const {
+  return components_->auxFiles.fullPath(components_->store.auxFiles.at(auxFile));
+}
+WeakPtr<Record> Project::auxFileRecord(u64 auxFile) {
+  return WeakPtr<Record>{components_->store.auxFiles.at(auxFile).record};
+}
+std::string Project::auxFileRawPath(u64 auxFile) const { return components_->store.auxFiles.at(auxFile).path; }
+std::vector<std::string> Project::auxFileTags(u64) { refuseUnavailable("auxFileTags"); }
+bool Project::auxFileHasImageExtension(u64) const { refuseUnavailable("auxFileHasImageExtension"); }
+bool Project::auxFileHas3DXExtension(u64) const { refuseUnavailable("auxFileHas3DXExtension"); }
+bool Project::auxFileHasTag(u64, std::string const&) const { refuseUnavailable("auxFileHasTag"); }
+void Project::eraseAuxFile(u64) { refuseUnavailable("eraseAuxFile"); }
+
+WeakPtr<TagGroup> Project::addTagGroup(std::string const& name) {
+  return WeakPtr<TagGroup>{components_->tagGroups.add(name).id};
+}
+WeakPtr<TagGroup> Project::tagGroup(std::string const& name) {
+  return firstNamed<TagGroup>(components_->store.tagGroups, name);
+}
+std::string const& Project::tagGroupName(u64 tagGroup) const { return components_->store.tagGroups.at(tagGroup).name; }
+void Project::setTagGroupName(u64 tagGroup, std::string const& name) { components_->tagGroups.setName(tagGroup, name); }
+std::vector<std::string> const& Project::tags(u64 tagGroup) const {
+  return components_->store.tagGroups.at(tagGroup).tags;
+}
+void Project::addTag(u64 tagGroup, std::string const& tag) { components_->tagGroups.addTag(tagGroup, tag); }
+void Project::insertTag(u64 tagGroup, std::string const& tag, u64 index) {
+  components_->tagGroups.insertTag(tagGroup, tag, index);
+}
+void Project::removeTag(u64 tagGroup, std::string const& tag) { components_->tagGroups.removeTag(tagGroup, tag); }
+std::set<std::string> Project::tags() { refuseUnavailable("tags"); }
+std::vector<std::string> Project::imageTags() { refuseUnavailable("imageTags"); }
+void Project::removeTags(std::set<std::string> const&) { refuseUnavailable("removeTags"); }
+void Project::eraseTagGroup(u64) { refuseUnavailable("eraseTagGroup"); }
+
+WeakPtr<Regex<Variable>> Project::addVariableRegex(std::string const& expression, Variable const& target) {
+  return WeakPtr<Regex<Variable>>{components_->variableRules.add(expression, target.getWeakPtr().id()).id};
+}
+std::string Project::variableRegexExpression(u64 rule) const {
+  return components_->store.variableRegexs.at(rule).expression;
+}
+WeakPtr<Variable> Project::variableRegexTarget(u64 rule) const {
+  return WeakPtr<Variable>{components_->store.variableRegexs.at(rule).target};
+}
+void Project::setVariableRegexExpression(u64 rule, std::string const& expression) {
+  components_->variableRules.setExpression(rule, expression);
+}
+void Project::setVariableRegexTarget(u64 rule, u64 variable) { components_->variableRules.setTarget(rule, variable); }
+void Project::eraseVariableRegex(u64) { refuseUnavailable("eraseVariableRegex"); }
+
+WeakPtr<Regex<std::string>> Project::addPathRegex(std::string const& expression, std::string const& target) {
+  return WeakPtr<Regex<std::string>>{components_->pathRules.add(expression, target).id};
+}
+std::string Project::pathRegexExpression(u64 rule) const { return components_->store.pathRegexs.at(rule).expression; }
+std::string Project::pathRegexTarget(u64 rule) const { return components_->store.pathRegexs.at(rule).target; }
+void Project::setPathRegexExpression(u64 rule, std::string const& expression) {
+  components_->pathRules.setExpression(rule, expression);
+}
+void Project::setPathRegexTarget(u64 rule, std::string const& tag) { components_->pathRules.setTarget(rule, tag); }
+void Project::erasePathRegex(u64) { refuseUnavailable("erasePathRegex"); }
+
+void Project::merge(MergeInfo, boost::shared_ptr<AuxFileCollectionInterface const> const&) {
+  refuseUnavailable("merge");
+}
+void Project::merge(std::vector<std::vector<Variant>> const&, std::vector<ColumnInfo> const&, MergeMethod,
+                    boost::shared_ptr<AuxFileCollectionInterface const> const&) {
+  refuseUnavailable("merge");
+}
+MergeInfo Project::merge_prep(std::vector<std::vector<Variant>> const&, std::vector<ColumnInfo> const&) const {
+  refuseUnavailable("merge_prep");
+}
+
+}  // namespace casebook

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "store/case_index.h"
+#include "transactions/recorder.h"
+
+namespace casebook {
+
+/// The depth of open transactions, and what happens when the outermost ends:
+///
+///   1. performDelayedErasures    2. updateCalculatedValues    3. updateTagGroups
+///   4. the log and the open block are set aside; what slots do from here on is a transaction of its own
+///   5. emitTransactionSignals with what was set aside
+///
+/// The depth is 0 throughout. A transaction that a slot opens, and changes that it makes outside one, end after step
+/// 5, in the same way, as often as there is something to end. An exception skips to the end of step 5, where the
+/// block is handed out if it was not; the first exception passes when nothing waits any more.
+class TransactionEnd {
+ public:
+  /// All are borrowed.
+  TransactionEnd(ChangeLog& log, Recorder& recorder, Signals& signals, CaseIndex& caseIndex)
+      : log_{log}, recorder_{recorder}, signals_{signals}, caseIndex_{caseIndex} {}
+
+  void openLevel() noexcept { ++depth_; }
+  /// At depth 0 it wraps, and nothing ends.
+  void closeLevel();
+  [[nodiscard]] u64 depth() const noexcept { return depth_; }
+  /// For a project that takes another's place.
+  void continueAt(u64 depth) noexcept { depth_ = depth; }
+
+  /// Emits the reset signal, then ends what its slots left waiting.
+  void emitReset();
+
+ private:
+  struct SetAside;
+
+  void endWaiting();
+  void endOnce(FirstError& error);
+  [[nodiscard]] bool waiting() const noexcept;
+  SetAside setAside();
+  void emitTransactionSignals(SetAside& done);
+  void handOut(SetAside& done);
+
+  void performDelayedErasures();
+  void updateCalculatedValues();
+  void updateTagGroups();
+  void recomputeStatistics();
+  void clearDerived() noexcept;
+
+  ChangeLog& log_;
+  Recorder& recorder_;
+  Signals& signals_;
+  CaseIndex& caseIndex_;
+  u64 depth_ = 0;
+  bool ended_ = false;    // a level fell to 0 and its end has not begun
+  bool running_ = false;  // an end is under way
+};
+
+}  // namespace casebook

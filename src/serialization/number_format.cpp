@@ -1,0 +1,27 @@
+#include "serialization/number_format.h"
+
+#include <casebook/exception_base.h>
+
+namespace casebook {
+
+void writeValue(SimpleSerializer& out, Variant const& value) {
+  writeNumber(out, static_cast<std::uint32_t>(value.type()));
+  if (value.type() == Variant::String) out.handleString(value.stringValue());
+  else writeNumber(out, value.word());
+}
+
+Variant readValue(SimpleDeserializer& in) {
+  switch (auto const tag = readNumber<std::uint32_t>(in); tag) {
+    case Variant::Null:
+    case Variant::UnsignedInteger:
+    case Variant::FloatingPoint: return Variant::ofWord(readNumber<u64>(in), static_cast<Variant::Type>(tag));
+    case Variant::String: {
+      std::string text;
+      in.handleString(text);
+      return Variant{std::move(text)};
+    }
+  }
+  throw varnel::ExceptionBase{"Unknown type of value in a journal command.", true};
+}
+
+}  // namespace casebook

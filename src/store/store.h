@@ -1,0 +1,61 @@
+#pragma once
+
+#include "store/entities.h"
+#include "store/entity_map.h"
+
+#include <type_traits>
+
+namespace casebook {
+
+/// The project's own texts; they are recorded like the properties of an entity with UID 0.
+struct ProjectTexts {
+  static constexpr u64 id = 0;
+
+  std::string friendlyName;
+  std::string description;
+  std::string rootPath;
+};
+
+/// The data of one project: its texts, the counter of UIDs and the six maps of entities.
+///
+/// 1. A UID is handed out once; the counter is above every UID that a map holds.
+/// 2. Every column has one cell per record, and a record's row is its rank by UID.
+/// 3. `caseId` names a variable at all times once the table was made; `caseStatus` may be null.
+struct Store {
+  ProjectTexts texts;
+  u64 nextUid = 1;
+  EntityMap<DataRecord> records;
+  EntityMap<DataVariable> variables;
+  EntityMap<DataTagGroup> tagGroups;
+  EntityMap<DataVariableRegex> variableRegexs;
+  EntityMap<DataPathRegex> pathRegexs;
+  EntityMap<DataAuxFile> auxFiles;
+  DataVariable* caseId = nullptr;
+  DataVariable* caseStatus = nullptr;
+
+  [[nodiscard]] u64 assignUid() noexcept { return nextUid++; }
+
+  /// Keeps rule 1 for an entity that comes with its UID.
+  void raiseUid(u64 uid) noexcept { nextUid = std::max(nextUid, uid + 1); }
+
+  template <class Entity, class Self>
+  static auto& mapIn(Self& self) noexcept {
+    if constexpr (std::is_same_v<Entity, DataRecord>) return self.records;
+    else if constexpr (std::is_same_v<Entity, DataVariable>) return self.variables;
+    else if constexpr (std::is_same_v<Entity, DataTagGroup>) return self.tagGroups;
+    else if constexpr (std::is_same_v<Entity, DataVariableRegex>) return self.variableRegexs;
+    else if constexpr (std::is_same_v<Entity, DataPathRegex>) return self.pathRegexs;
+    else return self.auxFiles;
+  }
+
+  template <class Entity>
+  [[nodiscard]] EntityMap<Entity>& map() noexcept {
+    return mapIn<Entity>(*this);
+  }
+  template <class Entity>
+  [[nodiscard]] EntityMap<Entity> const& map() const noexcept {
+    return mapIn<Entity>(*this);
+  }
+};
+
+}  // namespace casebook

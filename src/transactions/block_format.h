@@ -1,0 +1,19 @@
+#pragma once
+
+#include <casebook/journal.h>
+
+namespace casebook {
+
+/// The open block of the journal: a writer that takes commands.
+class OpenBlock : public Journal::TransactionWriter {
+ public:
+  [[nodiscard]] bool hasCommands() const noexcept { return size() > headerSize; }
+
+  /// Appends a command; when memory runs out the block is as it was.
+  void append(std::uint32_t code, Journal::Bytes payload);
+
+  /// Back to the empty head; the bytes are released.
+  void restart() { *this = OpenBlock{}; }
+};
+
+}  // namespace casebook

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <casebook/transaction_record.h>
+
+#include "store/change_sink.h"
+
+#include <array>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+
+namespace casebook {
+
+/// Sets of UIDs, one for each kind of entity.
+class UidSets {
+ public:
+  [[nodiscard]] std::set<u64>& of(EntityKind kind) noexcept { return sets_[static_cast<std::size_t>(kind)]; }
+  [[nodiscard]] std::set<u64> const& of(EntityKind kind) const noexcept {
+    return sets_[static_cast<std::size_t>(kind)];
+  }
+  [[nodiscard]] bool empty() const noexcept;
+  void clear() noexcept;
+
+ private:
+  std::array<std::set<u64>, entityKinds> sets_;
+};
+
+/// What the open transaction changed: an item for each changed property, the entities created and erased, the tags
+/// removed, and whether any cell was written.
+class ChangeLog {
+ public:
+  /// Keeps the item of a property, or brings the one that is there up to date: it keeps its old value. `journal` is
+  /// called with the item before it is kept; when it throws, nothing has changed.
+  template <class Journal>
+  void keepItem(PropertyChange const& change, Journal&& journal);
+
+  [[nodiscard]] UidSets& created() noexcept { return created_; }
+  [[nodiscard]] UidSets& erased() noexcept { return erased_; }
+  void markValuesChanged() noexcept { valuesChanged_ = true; }
+
+  [[nodiscard]] bool empty() const noexcept;
+  void clear() noexcept { *this = ChangeLog{}; }
+
+  /// The added and modified groups and the values-changed flag.
+  [[nodiscard]] TransactionRecord changes() const;
+  /// The removed group alone.
+  [[nodiscard]] TransactionRecord removals() const;
+  [[nodiscard]] bool hasRemovals() const noexcept { return !erased_.empty(); }
+
+ private:
+  using Key = std::pair<u64, std::uint32_t>;
+  using Items = std::map<Key, ChangeItem>;
+
+  [[nodiscard]] Items& items(EntityKind kind) noexcept { return items_[static_cast<std::size_t>(kind)]; }
+  [[nodiscard]] Items const& items(EntityKind kind) const noexcept { return items_[static_cast<std::size_t>(kind)]; }
+
+  std::array<Items, entityKinds> items_;
+  UidSets created_;
+  UidSets erased_;
+  std::set<std::string> removedTags_;
+  bool valuesChanged_ = false;
+};
+
+/// Whether the record reports any change.
+[[nodiscard]] bool reportsAnything(TransactionRecord const& record) noexcept;
+
+/// Leaves each entity in one group: removed before added before modified. The order of what stays is kept.
+void simplifyTransactionRecord(TransactionRecord& record);
+
+template <class Journal>
+void ChangeLog::keepItem(PropertyChange const& change, Journal&& journal) {
+  auto& kept = items(change.kind);
+  auto const [place, isNew] = kept.try_emplace(Key{change.uid, change.code});
+  ChangeItem item{isNew ? change.before : place->second.oldValue, change.after, change.index, change.uid, change.code};
+  try {
+    journal(std::as_const(item));
+  } catch (...) {
+    if (isNew) kept.erase(place);
+    throw;
+  }
+  place->second = std::move(item);
+}
+
+}  // namespace casebook
