@@ -14,13 +14,13 @@ struct Instance final : Project {};
 
 std::unique_ptr<Project> createProject() { return std::make_unique<Instance>(); }
 
-// A host may set the pointer on one thread while another asks for the first time.
+// Several threads may ask for the first time at once.
 Project const& Project::project() {
   static Instance own;
   std::atomic_ref<Project*> const current{projectPtr};
+  if (auto const* const set = current.load()) return *set;
   Project* none = nullptr;
-  current.compare_exchange_strong(none, &own);
-  return *current.load();
+  return current.compare_exchange_strong(none, &own) ? own : *none;
 }
 
 Project& currentProject() { return const_cast<Project&>(Project::project()); }
