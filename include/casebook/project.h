@@ -33,7 +33,7 @@ class Record;
 class TagGroup;
 class Variable;
 template <class Target>
-class Regex;
+class CASEBOOK_EXPORT Regex;
 
 struct Components;
 struct ColumnInfo;
@@ -132,7 +132,7 @@ class CASEBOOK_EXPORT Project {
   /// A row of default values at the end of the table. Its case identifier is one more than that of the record with
   /// the highest UID, 1 in an empty project.
   virtual WeakPtr<Record> addRecord();
-  /// A rule for a variable. Errors of the pattern: see `setVariableRegexExpression`.
+  /// A rule for a variable, which must be there. Errors of the pattern: see `setVariableRegexExpression`.
   virtual WeakPtr<Regex<Variable>> addVariableRegex(std::string const& expression, Variable const& target);
   /// A rule that gives the tag `target` to paths. Errors of the pattern: see `setPathRegexExpression`.
   virtual WeakPtr<Regex<std::string>> addPathRegex(std::string const& expression, std::string const& target);

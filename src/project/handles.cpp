@@ -48,6 +48,16 @@ void count(Count operation, u64 uid) { (Project::project().*operation)(uid); }
 
 }  // namespace
 
+template <class T, class Id>
+T WeakPtr<T, Id>::lock() const {
+  return (currentProject().*counts<T>.lock)(id_);
+}
+
+template <class T, class Id>
+T WeakPtr<T, Id>::lock(Transaction& transaction) const {
+  return (transaction.project().*counts<T>.lock)(id_);
+}
+
 template <class T>
 LockedHandle<T>::LockedHandle(u64 uid) : uid_{uid} {
   count(counts<T>.acquire, uid_);
@@ -58,15 +68,12 @@ LockedHandle<T>::LockedHandle(LockedHandle const& other) : uid_{other.uid_} {
   count(counts<T>.addRef, uid_);
 }
 
+// The old entity is given up only when the new one is there to be taken; of two that are gone the old one is told.
 template <class T>
 LockedHandle<T>& LockedHandle<T>::operator=(LockedHandle const& other) {
-  count(counts<T>.unlock, uid_);
-  try {
-    count(counts<T>.addRef, other.uid_);
-  } catch (...) {
-    count(counts<T>.addRef, uid_);
-    throw;
-  }
+  T const next = WeakPtr<T>{other.uid_}.lock();
+  if (next.valid() || !other.valid() || !WeakPtr<T>{uid_}.lock().valid()) count(counts<T>.unlock, uid_);
+  count(counts<T>.addRef, other.uid_);
   uid_ = other.uid_;
   return *this;
 }
@@ -82,23 +89,6 @@ LockedHandle<T>::~LockedHandle() {
   }
 }
 
-template class LockedHandle<AuxFile>;
-template class LockedHandle<Record>;
-template class LockedHandle<Regex<std::string>>;
-template class LockedHandle<Regex<Variable>>;
-template class LockedHandle<TagGroup>;
-template class LockedHandle<Variable>;
-
-template <class T, class Id>
-T WeakPtr<T, Id>::lock() const {
-  return (currentProject().*counts<T>.lock)(id_);
-}
-
-template <class T, class Id>
-T WeakPtr<T, Id>::lock(Transaction& transaction) const {
-  return (transaction.project().*counts<T>.lock)(id_);
-}
-
 template AuxFile WeakPtr<AuxFile>::lock() const;
 template AuxFile WeakPtr<AuxFile>::lock(Transaction&) const;
 template Record WeakPtr<Record>::lock() const;
@@ -111,5 +101,12 @@ template TagGroup WeakPtr<TagGroup>::lock() const;
 template TagGroup WeakPtr<TagGroup>::lock(Transaction&) const;
 template Variable WeakPtr<Variable>::lock() const;
 template Variable WeakPtr<Variable>::lock(Transaction&) const;
+
+template class LockedHandle<AuxFile>;
+template class LockedHandle<Record>;
+template class LockedHandle<Regex<std::string>>;
+template class LockedHandle<Regex<Variable>>;
+template class LockedHandle<TagGroup>;
+template class LockedHandle<Variable>;
 
 }  // namespace casebook

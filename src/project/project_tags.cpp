@@ -75,7 +75,8 @@ void Project::removeTags(std::set<std::string> const&) { refuseUnavailable("remo
 void Project::eraseTagGroup(u64) { refuseUnavailable("eraseTagGroup"); }
 
 WeakPtr<Regex<Variable>> Project::addVariableRegex(std::string const& expression, Variable const& target) {
-  return WeakPtr<Regex<Variable>>{components_->variableRules.add(expression, target.getWeakPtr().id()).id};
+  u64 const variable = components_->store.variables.at(target.getWeakPtr().id()).id;
+  return WeakPtr<Regex<Variable>>{components_->variableRules.add(expression, variable).id};
 }
 std::string Project::variableRegexExpression(u64 rule) const {
   return components_->store.variableRegexs.at(rule).expression;
@@ -86,7 +87,9 @@ WeakPtr<Variable> Project::variableRegexTarget(u64 rule) const {
 void Project::setVariableRegexExpression(u64 rule, std::string const& expression) {
   components_->variableRules.setExpression(rule, expression);
 }
-void Project::setVariableRegexTarget(u64 rule, u64 variable) { components_->variableRules.setTarget(rule, variable); }
+void Project::setVariableRegexTarget(u64 rule, u64 variable) {
+  components_->variableRules.setTarget(rule, components_->store.variables.at(variable).id);
+}
 void Project::eraseVariableRegex(u64) { refuseUnavailable("eraseVariableRegex"); }
 
 WeakPtr<Regex<std::string>> Project::addPathRegex(std::string const& expression, std::string const& target) {

@@ -14,9 +14,10 @@ Transaction::Transaction(Transaction const& other) : project_{&other.project()},
 
 Transaction& Transaction::operator=(Transaction const& other) {
   auto& project = other.project();
-  release();
+  u64 const active = other.active_;
+  commit();
   project_ = &project;
-  active_ = other.active_;
+  active_ = active;
   project_->startTransaction(0);
   return *this;
 }

@@ -4,11 +4,6 @@
 
 namespace casebook {
 
-struct TransactionEnd::SetAside {
-  ChangeLog log;
-  OpenBlock block;
-};
-
 namespace {
 
 class Running {
@@ -58,40 +53,42 @@ void TransactionEnd::endOnce(FirstError& error) {
     updateCalculatedValues();
     updateTagGroups();
   });
-  auto done = setAside();
+  auto const done = setAside();
   completed = completed && error.guard([&] { emitTransactionSignals(done); });
   if (completed) return;
   clearDerived();
-  error.guard([&] { handOut(done); });
+  error.guard([&] { handOut(); });
 }
 
-TransactionEnd::SetAside TransactionEnd::setAside() {
-  return {std::exchange(log_, {}), std::exchange(recorder_.block(), {})};
+ChangeLog TransactionEnd::setAside() noexcept {
+  asideBlock_.swap(recorder_.block());
+  return std::exchange(log_, {});
 }
 
-void TransactionEnd::emitTransactionSignals(SetAside& done) {
-  auto record = done.log.changes();
+void TransactionEnd::emitTransactionSignals(ChangeLog const& done) {
+  auto record = done.changes();
   bool const anyChange = reportsAnything(record);
-  bool const removals = done.log.hasRemovals();
+  bool const removals = done.hasRemovals();
   if (removals) {
     clearDerived();
-    auto removed = done.log.removals();
+    auto removed = done.removals();
     signals_.emitChange(removed);
     record.removed = std::move(removed.removed);
   }
   simplifyTransactionRecord(record);
-  handOut(done);
+  handOut();
   if (!anyChange) return;
   if (!removals) clearDerived();
   recomputeStatistics();
   signals_.emitChange(record);
 }
 
-// Once: the block is out of hand before any slot sees it.
-void TransactionEnd::handOut(SetAside& done) {
-  if (!done.block.hasCommands()) return;
-  auto block = std::exchange(done.block, {});
-  signals_.emitJournal(block);
+// Once, whatever the slots throw.
+void TransactionEnd::handOut() {
+  FirstError error;
+  if (asideBlock_.hasCommands()) error.guard([this] { signals_.emitJournal(asideBlock_); });
+  asideBlock_.restart();
+  error.rethrow();
 }
 
 void TransactionEnd::clearDerived() noexcept { caseIndex_.clear(); }

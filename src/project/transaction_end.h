@@ -31,14 +31,12 @@ class TransactionEnd {
   void emitReset();
 
  private:
-  struct SetAside;
-
   void endWaiting();
   void endOnce(FirstError& error);
   [[nodiscard]] bool waiting() const noexcept;
-  SetAside setAside();
-  void emitTransactionSignals(SetAside& done);
-  void handOut(SetAside& done);
+  [[nodiscard]] ChangeLog setAside() noexcept;
+  void emitTransactionSignals(ChangeLog const& done);
+  void handOut();
 
   void performDelayedErasures();
   void updateCalculatedValues();
@@ -50,6 +48,7 @@ class TransactionEnd {
   Recorder& recorder_;
   Signals& signals_;
   CaseIndex& caseIndex_;
+  OpenBlock asideBlock_;  // of the transaction that is ending, until it is handed out
   u64 depth_ = 0;
   bool ended_ = false;    // a level fell to 0 and its end has not begun
   bool running_ = false;  // an end is under way

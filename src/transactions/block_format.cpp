@@ -64,6 +64,13 @@ void OpenBlock::append(std::uint32_t code, Journal::Bytes payload) {
   if (!payload.empty()) std::memcpy(bytes_.data() + place + Head::size, payload.data(), payload.size());
 }
 
+void OpenBlock::restart() noexcept {
+  constexpr std::size_t roomToKeep = 65536;
+  bytes_.resize(headerSize);
+  if (bytes_.capacity() > roomToKeep) bytes_.shrink_to_fit();
+  std::ranges::fill(bytes_, static_cast<unsigned char>(0));
+}
+
 namespace Journal {
 
 TransactionWriter::TransactionWriter() : bytes_(headerSize) {}

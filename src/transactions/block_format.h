@@ -12,8 +12,10 @@ class OpenBlock : public Journal::TransactionWriter {
   /// Appends a command; when memory runs out the block is as it was.
   void append(std::uint32_t code, Journal::Bytes payload);
 
-  /// Back to the empty head; the bytes are released.
-  void restart() { *this = OpenBlock{}; }
+  /// Back to the empty head, without taking memory; the room of a large block is given back.
+  void restart() noexcept;
+
+  void swap(OpenBlock& other) noexcept { bytes_.swap(other.bytes_); }
 };
 
 }  // namespace casebook

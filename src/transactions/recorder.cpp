@@ -39,7 +39,8 @@ void Recorder::record(PropertyChange const& change) {
 }
 
 void Recorder::record(CellChange const& change) {
-  journal(Journal::CellSet, CellPayload{change.before, change.after, change.record.id, change.variable.id});
+  if (journalling())
+    journal(Journal::CellSet, CellPayload{change.before, change.after, change.record.id, change.variable.id});
   log_.markValuesChanged();
 }
 
