@@ -1,0 +1,146 @@
+#pragma once
+
+#include <casebook/exception_base.h>
+#include <casebook/project.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace casebook {
+
+class FileSystem;
+
+/// What a frame holds. Stored in files: never renumber.
+enum class FrameKind : std::uint32_t { Transaction = 1 };
+
+/// One frame of a file.
+struct Frame {
+  u64 offset = 0;    ///< of its head, in bytes from the file's start
+  u64 sequence = 0;  ///< 1 for the first
+  FrameKind kind = FrameKind::Transaction;
+  u64 blockLength = 0;
+  /// What the person did: as given to `edit`, followed by " (by a slot)" for what a slot did in consequence;
+  /// "(outside an edit)" for what left the project otherwise.
+  std::string label;
+  std::chrono::sys_time<std::chrono::milliseconds> when;
+};
+
+/// A bad frame with good ones after it, or a bad header: the file was changed after it was written. The message is
+/// "<path> is damaged at byte <offset>: <what>.", the flag false.
+class CASEBOOK_EXPORT DamageError : public varnel::ExceptionBase {
+ public:
+  DamageError(std::string const& message, u64 offset);
+  ~DamageError() override;
+  /// Where the bad frame begins.
+  [[nodiscard]] u64 offset() const noexcept { return offset_; }
+
+ private:
+  u64 offset_;
+};
+
+/// Bytes after the last whole frame: a write that was cut off before it was acknowledged. The frames of one edit
+/// count only together. The last write, when it was broken later, cannot be told from one that was cut off.
+struct IncompleteTail {
+  u64 offset = 0;
+  u64 length = 0;
+  std::filesystem::path keptAside;  ///< where a writer kept the bytes; empty when only read
+};
+
+/// A project's durable file: a header, then one frame for each transaction (grammar in frame_format.h).
+///
+/// An edit is acknowledged when its frames are whole on the disk: its own, and those of slots that edited in
+/// consequence. Blocks that leave the project outside `edit` (a host's own transaction and its slots) become frames in
+/// the order in which they left, at the latest with the next `edit` or `flush`.
+///
+/// The file is bound to the project until it is closed or destroyed, and must not outlive it. A reset or clear of
+/// the project closes it.
+class CASEBOOK_EXPORT ProjectFile {
+ public:
+  enum class Access {
+    Read,  ///< shared lock, opened read-only; never writes; works on a read-only medium
+    Write  ///< exclusive lock
+  };
+
+  struct Options {
+    Access access = Access::Write;
+    /// How long to wait for another program's lock.
+    std::chrono::milliseconds lockWait{2000};
+    /// Stop before the first bad frame instead of refusing the file; only with Access::Read.
+    bool untilDamage = false;
+    /// Told, while a long file is opened, how many of its bytes are read of how many.
+    std::function<void(u64 done, u64 total)> progress;
+    /// All file access; the real one when null. Borrowed.
+    FileSystem* fileSystem = nullptr;
+  };
+
+  /// Makes a new file of the project's present state, which must be that of a project as constructed or reset, and
+  /// binds it for writing. Never overwrites: throws ("<path> exists already.", false).
+  static ProjectFile create(std::filesystem::path const& path, Project& project, Options const& options);
+  static ProjectFile create(std::filesystem::path const& path, Project& project);
+
+  /// Opens a file and brings the project, which must be as constructed or reset, to the file's state.
+  /// Throws DamageError, or varnel::ExceptionBase with a message that names the path and the reason where the file
+  /// cannot be read, is locked, is of a later version, holds a frame of a kind that is not known here, or where a slot
+  /// edits meanwhile. The project is as constructed or reset then.
+  static ProjectFile open(std::filesystem::path const& path, Project& project, Options const& options);
+  static ProjectFile open(std::filesystem::path const& path, Project& project);
+
+  ProjectFile(ProjectFile&&) noexcept;
+  ProjectFile& operator=(ProjectFile&&) noexcept;
+  ~ProjectFile();
+
+  /// Runs `change` in a transaction, commits it and writes its blocks as frames, which are on the disk when the call
+  /// returns. Returns whether there was anything to write. When `change`, the commit or the write throws, nothing of
+  /// it is in the file, the project is reset and brought back to what it was before (handles stay good, undo stacks
+  /// do not), and the exception passes. Where that cannot be had, the file closes for good and a message like the
+  /// first of these says so, and whether the change may be in the file. Refused before `change` runs, all with the
+  /// flag false:
+  ///
+  ///   "<path> is closed: <why>."
+  ///   "<path> was opened to be read."
+  ///   "<path> cannot be written within a transaction.", "... within a slot.", "... within an edit."
+  ///   "A label is at most 65535 bytes long."
+  ///
+  /// What waits from outside is written first; where that fails, `change` does not run either. `change` must not
+  /// destroy this object.
+  bool edit(std::string_view label, std::function<void(Transaction&)> const& change);
+
+  /// Writes the blocks that left the project outside `edit`, refused and failing as `edit` does. What could not be
+  /// written goes on waiting, unless the file closed.
+  void flush();
+
+  /// Lets go of the file and of the project; blocks that were not flushed are lost.
+  void close() noexcept;
+  /// False after `close`, after a failure that closed the file for good, and after a reset or clear of the project.
+  [[nodiscard]] bool isOpen() const noexcept;
+  /// True while a failed edit is taken back: the project was reset and the file's blocks come by once more. A slot
+  /// that edits holds still then, for its blocks are among them; one that edits or throws makes the taking back
+  /// fail.
+  [[nodiscard]] bool isReplaying() const noexcept;
+
+  [[nodiscard]] std::filesystem::path const& path() const noexcept;
+  [[nodiscard]] std::vector<Frame> const& frames() const noexcept;
+  /// The block of a frame, read from the disk and checked. Throws DamageError, or as `edit` does on a closed file.
+  [[nodiscard]] std::vector<unsigned char> block(Frame const& frame) const;
+  /// What stood after the last whole frame when the file was opened.
+  [[nodiscard]] std::optional<IncompleteTail> const& incompleteTail() const noexcept;
+  /// The damage before which opening stopped (Options::untilDamage).
+  [[nodiscard]] std::optional<DamageError> const& damage() const noexcept;
+  /// Random, made with the file: 32 hexadecimal digits.
+  [[nodiscard]] std::string identity() const;
+
+ private:
+  class Impl;
+  explicit ProjectFile(std::unique_ptr<Impl> impl) noexcept;
+
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace casebook

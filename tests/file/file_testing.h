@@ -1,0 +1,188 @@
+#pragma once
+
+#include "file_system.h"
+
+#include <casebook/casebook.h>
+#include <casebook/file.h>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace casebook {
+
+using Content = std::vector<unsigned char>;
+
+inline Content contentOf(std::filesystem::path const& path) {
+  std::ifstream in{path, std::ios::binary};
+  return {std::istreambuf_iterator<char>{in}, {}};
+}
+
+inline void setContent(std::filesystem::path const& path, Content const& bytes) {
+  std::ofstream{path, std::ios::binary}.write(reinterpret_cast<char const*>(bytes.data()),
+                                              static_cast<std::streamsize>(bytes.size()));
+}
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string name = std::filesystem::temp_directory_path() / "casebook-XXXXXX";
+    path_ = ::mkdtemp(name.data());
+  }
+  TemporaryFolder(TemporaryFolder const&) = delete;
+  ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+
+  [[nodiscard]] std::filesystem::path operator/(std::string const& name) const { return path_ / name; }
+  [[nodiscard]] std::vector<std::string> names() const {
+    std::vector<std::string> names;
+    for (auto const& entry : std::filesystem::directory_iterator{path_}) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// The real file system without the waiting for disks. It notes each call by a letter; the call of one number, or all
+/// from that number on, fail.
+class FaultyFileSystem : public FileSystem {
+ public:
+  long failAt = 0;  ///< 1 for the first call; 0 for none
+  bool andAllLater = false;
+  int error = EIO;
+  bool halfWritten = false;            ///< a write that fails leaves half of its bytes behind
+  bool readOnly = false;               ///< as a medium that cannot be written
+  std::size_t most = std::size_t(-1);  ///< bytes that one call reads or writes
+  std::string calls;
+
+  [[nodiscard]] bool failed() const { return failAt != 0 && calls.size() >= static_cast<std::size_t>(failAt); }
+
+  int open(char const* path, int flags) override {
+    if (readOnly && (flags & (O_WRONLY | O_RDWR | O_CREAT)) != 0) return refuse(EROFS);
+    return fails('o') ? -1 : FileSystem::open(path, flags);
+  }
+  ssize_t read(int file, std::span<unsigned char> bytes, off_t offset) override {
+    return fails('r') ? -1 : FileSystem::read(file, bytes.first(std::min(most, bytes.size())), offset);
+  }
+  ssize_t write(int file, std::span<unsigned char const> bytes, off_t offset) override {
+    if (!fails('w')) return FileSystem::write(file, bytes.first(std::min(most, bytes.size())), offset);
+    if (halfWritten) static_cast<void>(FileSystem::write(file, bytes.first(bytes.size() / 2), offset));
+    return refuse(error);
+  }
+  off_t size(int file) override { return fails('z') ? -1 : FileSystem::size(file); }
+  int sync(int) override { return fails('s') ? -1 : 0; }
+  int truncate(int file, off_t length) override { return fails('t') ? -1 : FileSystem::truncate(file, length); }
+  int lock(int file, Lock kind) override { return fails('l') ? -1 : FileSystem::lock(file, kind); }
+  int putInPlace(char const* from, char const* to) override {
+    return fails('p') ? -1 : FileSystem::putInPlace(from, to);
+  }
+  int remove(char const* path) override { return fails('u') ? -1 : FileSystem::remove(path); }
+  int syncDirectory(char const*) override { return fails('d') ? -1 : 0; }
+
+ private:
+  static int refuse(int reason) {
+    errno = reason;
+    return -1;
+  }
+  bool fails(char call) {
+    calls += call;
+    auto const number = static_cast<long>(calls.size());
+    if (failAt == 0 || number < failAt || (number > failAt && !andAllLater)) return false;
+    errno = error;
+    return true;
+  }
+};
+
+/// The current project while it lives, and everything in it as text.
+class TestProject {
+ public:
+  TestProject() : before_{std::exchange(projectPtr, nullptr)}, project_{createProject()} {
+    projectPtr = project_.get();
+  }
+  TestProject(TestProject const&) = delete;
+  ~TestProject() {
+    project_.reset();
+    projectPtr = before_;
+  }
+
+  [[nodiscard]] Project& operator*() const { return *project_; }
+  [[nodiscard]] Project* operator->() const { return project_.get(); }
+
+  [[nodiscard]] std::string state() const {
+    std::string text = project_->friendlyName() + '|' + project_->description() + '|' + project_->rootPath();
+    for (auto const variable : project_->variables()) {
+      text += "\nvariable " + std::to_string(variable.id()) + ' ' + project_->variableName(variable.id());
+    }
+    for (auto const record : project_->records()) {
+      text += "\nrecord " + std::to_string(record.id());
+      for (auto const& value : project_->getRow(record.id())) text += ' ' + value.toString();
+    }
+    for (auto const group : project_->tagGroups()) text += "\ngroup " + project_->tagGroupName(group.id());
+    return text;
+  }
+
+ private:
+  Project* before_;
+  std::unique_ptr<Project> project_;
+};
+
+using Change = std::function<void(Transaction&)>;
+
+inline Change nameIt(std::string name) {
+  return [name](Transaction& transaction) { transaction->setFriendlyName(name); };
+}
+
+/// One more record; the first time the variable "size" with it. Its cell is set.
+inline void addCase(Transaction& transaction) {
+  auto& project = transaction.project();
+  auto column = project.variable("size");
+  if (!column) column = project.addVariable("size", VariableNature{0}, VariableDataType{2}, Variant{1.0});
+  auto const record = project.addRecord();
+  project.setValue(column.lock(transaction), record.lock(transaction), Variant{2.5});
+}
+
+inline ProjectFile::Options with(FileSystem& system, ProjectFile::Access access = ProjectFile::Access::Write) {
+  ProjectFile::Options options;
+  options.access = access;
+  options.fileSystem = &system;
+  options.lockWait = std::chrono::milliseconds{0};
+  return options;
+}
+
+/// What a file brings a project to. Reads a copy, so that a lock on the file is no hindrance.
+inline std::string stateIn(std::filesystem::path const& path) {
+  auto const copy = std::filesystem::path{path} += ".copy";
+  std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
+  FaultyFileSystem system;
+  TestProject project;
+  auto const file = ProjectFile::open(copy, *project, with(system, ProjectFile::Access::Read));
+  std::filesystem::remove(copy);
+  return project.state();
+}
+
+inline IncompleteTail tailOf(ProjectFile const& file) { return file.incompleteTail().value_or(IncompleteTail{}); }
+
+/// What a call throws, "" when nothing.
+template <class Call>
+std::string messageOf(Call const& call) {
+  try {
+    call();
+  } catch (std::exception const& error) {
+    return error.what();
+  }
+  return {};
+}
+
+}  // namespace casebook

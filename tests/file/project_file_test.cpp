@@ -1,0 +1,286 @@
+#include "file_testing.h"
+#include "frame_format.h"
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+
+namespace casebook {
+
+namespace {
+
+using Access = ProjectFile::Access;
+
+/// A new file of a new project, and what the file holds as others see it.
+class ProjectFileTest : public ::testing::Test {
+ protected:
+  [[nodiscard]] std::string labels() const {
+    std::string text;
+    for (auto const& frame : file.frames()) text += std::to_string(frame.sequence) + ' ' + frame.label + '\n';
+    return text;
+  }
+
+  TemporaryFolder folder;
+  std::filesystem::path const path = folder / "a.casebook";
+  FaultyFileSystem system;
+  TestProject project;
+  ProjectFile file = ProjectFile::create(path, *project, with(system));
+};
+
+TEST_F(ProjectFileTest, EditsAreThereAfterOpeningAndCanGoOn) {
+  auto const before = std::chrono::system_clock::now() - std::chrono::seconds{1};
+  system.most = 7;  // bytes in one call
+  EXPECT_TRUE(file.edit("name it", nameIt("penguins")));
+  EXPECT_TRUE(file.edit("add a case", addCase));
+  EXPECT_FALSE(file.edit("nothing", [](Transaction&) {}));
+  EXPECT_EQ(labels(), "1 name it\n2 add a case\n");
+  EXPECT_GE(file.frames()[1].when, before);
+  auto const block = file.block(file.frames()[1]);
+  EXPECT_EQ(block.size(), file.frames()[1].blockLength);
+  EXPECT_TRUE((Journal::Transaction{block, 0}.valid()));
+  auto const state = project.state();
+  EXPECT_EQ(stateIn(path), state);
+  auto bytes = contentOf(path);
+  bytes.back() ^= 1;
+  setContent(path, bytes);
+  EXPECT_THROW(static_cast<void>(file.block(file.frames()[1])), DamageError);
+  bytes.back() ^= 1;
+  setContent(path, bytes);
+
+  file.close();
+  EXPECT_EQ(messageOf([&] { file.edit("more", addCase); }), path.string() + " is closed: it was closed.");
+  TestProject again;
+  u64 done = 0;
+  auto options = with(system);
+  options.progress = [&](u64 n, u64 total) {
+    EXPECT_TRUE(n > done && n <= total);
+    done = n;
+  };
+  auto reopened = ProjectFile::open(path, *again, options);
+  EXPECT_EQ(done, std::filesystem::file_size(path));
+  EXPECT_EQ(again.state(), state);
+  EXPECT_EQ(reopened.identity(), file.identity());
+  EXPECT_TRUE(reopened.edit("another case", addCase));
+  EXPECT_EQ(stateIn(path), again.state());
+  EXPECT_FALSE(reopened.incompleteTail() || reopened.damage());
+}
+
+TEST_F(ProjectFileTest, BlocksFromOutsideBecomeFramesInTheirOrder) {
+  for (auto const* name : {"a", "b"}) {
+    auto transaction = project->startTransaction();
+    nameIt(name)(transaction);
+    transaction.commit();
+  }
+  EXPECT_TRUE(file.frames().empty());
+  file.edit("c", nameIt("c"));
+  EXPECT_EQ(labels(), "1 (outside an edit)\n2 (outside an edit)\n3 c\n");
+  auto transaction = project->startTransaction();
+  addCase(transaction);
+  EXPECT_EQ(messageOf([&] { file.flush(); }), path.string() + " cannot be written within a transaction.");
+  transaction.commit();
+  file.flush();
+  EXPECT_EQ(file.frames().size(), 4U);
+  EXPECT_EQ(stateIn(path), project.state());
+}
+
+/// A host whose slot keeps the description up to date, and holds still while the file is replayed, or does not.
+class EditingSlot {
+ public:
+  EditingSlot(Project& project, ProjectFile const* file)
+      : connection_{project.connectProjectChange([&project, file](TransactionRecord const&) {
+          auto const wanted = std::to_string(project.records().size()) + " records";
+          if (project.description() == wanted || (file && file->isReplaying())) return;
+          auto transaction = project.startTransaction();
+          transaction->setDescription(wanted);
+          transaction.commit();
+        })} {}
+
+ private:
+  ScopedConnection connection_;
+};
+
+Change failing(Change const& change) {
+  return [change](Transaction& transaction) {
+    change(transaction);
+    throw std::runtime_error("no");
+  };
+}
+
+TEST_F(ProjectFileTest, WhatSlotsEditIsWrittenAndTakenBackWithTheEdit) {
+  EditingSlot const slot{*project, &file};
+  file.edit("add a case", addCase);
+  EXPECT_EQ(labels(), "1 add a case\n2 add a case (by a slot)\n");
+  auto const state = project.state();
+  EXPECT_EQ(stateIn(path), state);
+  EXPECT_EQ(messageOf([&] { file.edit("add a case", failing(addCase)); }), "no");
+  EXPECT_EQ(project.state(), state);
+  file.edit("add a case", addCase);
+  EXPECT_EQ(stateIn(path), project.state());
+}
+
+TEST_F(ProjectFileTest, SlotsThatEditWhileTheFileIsReplayedAreRefused) {
+  file.edit("add a case", addCase);
+  EditingSlot const slot{*project, nullptr};
+  EXPECT_EQ(messageOf([&] { file.edit("add a case", failing(addCase)); }),
+            path.string() +
+                " is closed: an edit failed (no) and could not be taken back (A slot changed the project while " +
+                path.string() + " was replayed.).");
+  EXPECT_FALSE(file.isOpen());
+
+  TestProject again;
+  auto const fresh = again.state();
+  EditingSlot const other{*again, nullptr};
+  EXPECT_EQ(messageOf([&] { ProjectFile::open(path, *again); }),
+            "A slot changed the project while " + path.string() + " was replayed.");
+  EXPECT_EQ(again.state(), fresh);
+}
+
+TEST_F(ProjectFileTest, FailedEditsLeaveNothing) {
+  file.edit("name it", nameIt("penguins"));
+  file.edit("add a case", addCase);
+  auto const state = project.state();
+  auto const bytes = contentOf(path);
+  bool slotThrows = true;
+  ScopedConnection const slot = project->connectProjectChange([&](TransactionRecord const&) {
+    if (std::exchange(slotThrows, false)) throw std::runtime_error("a slot's");
+  });
+  EXPECT_EQ(messageOf([&] { file.edit("in the commit", addCase); }), "a slot's");
+  EXPECT_EQ(project.state(), state);
+  EXPECT_EQ(messageOf([&] { file.edit("in the change", failing(nameIt("x"))); }), "no");
+  EXPECT_EQ(messageOf([&] { file.edit("before any change", failing([](Transaction&) {})); }), "no");
+  EXPECT_EQ(messageOf([&] { file.edit(std::string(65536, 'x'), addCase); }), "A label is at most 65535 bytes long.");
+  EXPECT_EQ(project.state(), state);
+  EXPECT_EQ(contentOf(path), bytes);
+  EXPECT_TRUE(file.edit("add a case", addCase));
+  EXPECT_EQ(stateIn(path), project.state());
+}
+
+TEST_F(ProjectFileTest, EditsWithinEditsTransactionsAndSlotsDoNotRun) {
+  int ran = 0;
+  std::vector<std::string> refusals;
+  auto const attempt = [&] { refusals.push_back(messageOf([&] { file.edit("x", [&](Transaction&) { ++ran; }); })); };
+  ScopedConnection const slot = project->connectProjectChange([&](TransactionRecord const&) { attempt(); });
+  file.edit("name it", [&](Transaction& transaction) {
+    nameIt("x")(transaction);
+    attempt();
+    transaction.commit();
+    attempt();
+  });
+  EXPECT_EQ(ran, 0);
+  auto const cannot = path.string() + " cannot be written within ";
+  EXPECT_EQ(refusals, (std::vector{cannot + "a transaction.", cannot + "a slot.", cannot + "an edit."}));
+  EXPECT_EQ(labels(), "1 name it\n");
+}
+
+TEST_F(ProjectFileTest, EndsOfTheProjectCloseTheFile) {
+  std::optional<Transaction> left;
+  Change const reset = [](Transaction& transaction) { transaction->resetProject(); };
+  Change const clear = [](Transaction& transaction) { transaction->clearEntireProjectWithoutSignal(); };
+  Change const leave = [&](Transaction& transaction) { left = transaction; };
+  struct Case {
+    Change before;  // the edit
+    Change within;
+    std::string why;
+  };
+  Case const cases[] = {{reset, {}, "the project was reset"},
+                        {{}, reset, "the project was reset"},
+                        {clear, {}, "the project was cleared"},
+                        {{}, clear, "the project was cleared"},
+                        {{}, leave, "an edit left a transaction open"}};
+  for (auto const& [before, within, why] : cases) {
+    SCOPED_TRACE(why + (before ? " before" : " within"));
+    file.close();
+    project->resetProject();
+    auto const own = folder / std::to_string(&within - &cases[0].within);
+    auto bound = ProjectFile::create(own, *project, with(system));
+    bound.edit("name it", nameIt("x"));
+    if (auto transaction = project->startTransaction(); before) before(transaction);
+    bool ran = false;
+    auto const message = messageOf([&] {
+      bound.edit("an edit", [&](Transaction& transaction) {
+        ran = true;
+        within(transaction);
+        nameIt("y")(transaction);
+      });
+    });
+    EXPECT_EQ(ran, !before);
+    EXPECT_EQ(message, own.string() + " is closed: " + why + '.');
+    EXPECT_FALSE(bound.isOpen());
+    EXPECT_EQ(stateIn(own).substr(0, 2), "x|");
+  }
+}
+
+TEST_F(ProjectFileTest, LocksKeepWritersApartAndLetReadersTogether) {
+  file.edit("name it", nameIt("x"));
+  auto const options = [&](Access access, int wait) {
+    auto made = with(FileSystem::real(), access);
+    made.lockWait = std::chrono::milliseconds{wait};
+    return made;
+  };
+  auto const inUse = path.string() + " is in use: it stayed locked for 30 ms.";
+  for (auto const access : {Access::Read, Access::Write}) {
+    TestProject other;
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_EQ(messageOf([&] { ProjectFile::open(path, *other, options(access, 30)); }), inUse);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds{30});
+  }
+  file.close();
+  TestProject one;
+  TestProject two;
+  auto const reader = ProjectFile::open(path, *one, options(Access::Read, 0));
+  auto second = ProjectFile::open(path, *two, options(Access::Read, 0));
+  EXPECT_EQ(messageOf([&] { second.edit("x", addCase); }), path.string() + " was opened to be read.");
+  TestProject three;
+  EXPECT_EQ(messageOf([&] { ProjectFile::open(path, *three, options(Access::Write, 30)); }), inUse);
+}
+
+TEST_F(ProjectFileTest, WhatCannotBeOpenedOrMadeIsSaidPlainly) {
+  auto const later = folder / "later";
+  auto bytes = contentOf(path);
+  bytes[8] = 2;
+  auto const check = format::check(std::span<unsigned char const>{bytes}.first(32));
+  for (std::size_t k = 0; k < 4; ++k) bytes[32 + k] = static_cast<unsigned char>(check >> 8 * k);
+  setContent(later, bytes);
+  setContent(folder / "short", {1, 2, 3});
+  setContent(folder / "other", Content(100, 'x'));
+  std::filesystem::create_directory(folder / "folder");
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  auto const at = [&](std::string const& name) { return (folder / name).string(); };
+
+  TestProject fresh;
+  auto const opening = [&](std::string const& name) {
+    auto const reading = messageOf([&] { ProjectFile::open(folder / name, *fresh, with(system, Access::Read)); });
+    EXPECT_EQ(messageOf([&] { ProjectFile::open(folder / name, *fresh, with(system)); }), reading);
+    return reading;
+  };
+  auto const making = [&](std::string const& name) {
+    return messageOf([&] { ProjectFile::create(folder / name, *fresh, with(system)); });
+  };
+  auto const names = folder.names();
+  EXPECT_EQ(opening("none"), "Cannot open " + at("none") + ": No such file or directory");
+  EXPECT_EQ(opening("folder"), "Cannot open " + at("folder") + ": Is a directory");
+  EXPECT_EQ(opening("pipe"), "Cannot open " + at("pipe") + ": Illegal seek");
+  EXPECT_EQ(opening("short"), at("short") + " is too short to be a casebook file.");
+  EXPECT_EQ(opening("other"), at("other") + " is not a casebook file.");
+  EXPECT_EQ(opening("later"), at("later") + " is of format version 2; this program knows version 1.");
+  system.readOnly = true;
+  EXPECT_EQ(making("new"), "Cannot create " + at("new") + ": Read-only file system");
+  system.readOnly = false;
+  EXPECT_EQ(making("none/a"), "Cannot create " + at("none/a") + ": No such file or directory");
+  for (auto const* taken : {"other", "folder"}) EXPECT_EQ(making(taken), at(taken) + " exists already.");
+  EXPECT_EQ(contentOf(folder / "other"), Content(100, 'x'));
+  EXPECT_EQ(folder.names(), names);
+
+  auto transaction = fresh->startTransaction();
+  addCase(transaction);
+  transaction.commit();
+  for (auto const& message : {making("new"), opening("later")}) {
+    EXPECT_NE(message.find(" can only be opened into a project as constructed or reset."), std::string::npos);
+  }
+}
+
+}  // namespace
+
+}  // namespace casebook
