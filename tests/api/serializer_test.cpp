@@ -1,0 +1,103 @@
+#include "support/current_project.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+namespace casebook {
+namespace {
+
+using test::Content;
+using test::readBeyondEnd;
+using test::refusalOf;
+
+Content contentOf(SimpleSerializer& out) {
+  auto const [bytes, size] = out.finalize();
+  return {bytes, bytes + size};
+}
+
+TEST(SimpleSerializer, GrowsToTwiceWhatIsNeededAndExactlyAsHinted) {
+  enum What { Write, Hint, Clear };
+  struct Step {
+    What what;
+    u64 n, size, capacity, reallocations;
+  };
+  std::vector<std::vector<Step>> const sequences = {
+      {{Write, 0, 0, 80, 0}, {Write, 80, 80, 80, 0}, {Write, 1, 81, 162, 1}},
+      {{Write, 81, 81, 162, 1}, {Write, 81, 162, 162, 1}, {Write, 100, 262, 524, 2}},
+      {{Hint, 79, 0, 80, 0}, {Hint, 80, 0, 80, 1}, {Hint, 81, 0, 81, 2}},
+      {{Write, 50, 50, 80, 0}, {Hint, 100, 50, 100, 1}, {Hint, 40, 50, 100, 1}},
+      {{Write, 90, 90, 180, 1}, {Clear, 0, 0, 180, 1}, {Write, 180, 180, 180, 1}},
+  };
+  for (auto const& steps : sequences) {
+    SimpleSerializer out;
+    Content expected;
+    for (auto const& [what, n, size, capacity, reallocations] : steps) {
+      Content const data(n, static_cast<unsigned char>(expected.size()));
+      if (what == Write) out.write(data.data(), n), expected.insert(expected.end(), data.begin(), data.end());
+      if (what == Hint) out.sizeHint(n);
+      if (what == Clear) out.clear(), expected.clear();
+      EXPECT_EQ(std::tuple(out.size(), out.capacity(), out.reallocations()), std::tuple(size, capacity, reallocations));
+    }
+    EXPECT_EQ(contentOf(out), expected);
+  }
+}
+
+TEST(SimpleSerializer, FinalizeGivesTheBytesOnceAndKeepsTheBlock) {
+  SimpleSerializer out;
+  std::pair<unsigned char*, u64> const nothing{nullptr, 0};
+  EXPECT_EQ(out.finalize(), nothing);
+  out.handleString("ab");
+  auto const [bytes, size] = out.finalize();
+  EXPECT_EQ(Content(bytes, bytes + size), (Content{2, 0, 0, 0, 0, 0, 0, 0, 'a', 'b'}));
+  EXPECT_EQ(out.finalize(), nothing);
+  out.handleString("");
+  EXPECT_EQ(out.finalize(), (std::pair<unsigned char*, u64>{bytes, 8}));
+}
+
+TEST(SimpleDeserializer, ReadsToTheEndAndStaysWhereItIsBeyond) {
+  Content const bytes{1, 2, 3};
+  Content out(4, 0);
+  SimpleDeserializer in{bytes.data(), bytes.size()};
+  for (u64 const n : {u64{4}, ~u64{0}}) EXPECT_EQ(refusalOf([&] { in.read(out.data(), n); }), readBeyondEnd);
+  in.read(out.data(), 3);
+  EXPECT_EQ(out, (Content{1, 2, 3, 0}));
+  in.read(nullptr, 0);
+  EXPECT_EQ(refusalOf([&] { in.read(out.data(), 1); }), readBeyondEnd);
+}
+
+// Counts that the bytes cannot hold: nothing is sized by them.
+TEST(SimpleDeserializer, CountsThatLieAreConsumedAndRefused) {
+  for (u64 const claim : {u64{4}, u64{1} << 32, ~u64{0}, ~u64{0} / 8}) {
+    SimpleSerializer out;
+    out.write(reinterpret_cast<unsigned char const*>(&claim), sizeof claim);
+    out.write(reinterpret_cast<unsigned char const*>("abc"), 3);
+    auto const bytes = contentOf(out);
+    SimpleDeserializer in{bytes.data(), bytes.size()};
+    SimpleDeserializer list = in;
+    std::string text = "what was there before";
+    EXPECT_EQ(refusalOf([&] { StringSerializer{text}.serialize(in); }), readBeyondEnd);
+    EXPECT_EQ(in.remaining(), 3u);
+    EXPECT_LE(text.size(), 3u);
+    EXPECT_EQ(text.find_first_not_of('\0'), std::string::npos);
+    std::vector<std::string> texts(9, "before");
+    EXPECT_EQ(refusalOf([&] { VectorStringSerializer{texts}.serialize(list); }), readBeyondEnd);
+    EXPECT_EQ(list.remaining(), 3u);
+    EXPECT_TRUE(texts.empty());
+  }
+}
+
+RC_GTEST_PROP(VectorStringSerializer, ReadsWhatItWroteAndRefusesLess, (std::vector<std::string> texts, u64 cut)) {
+  SimpleSerializer out;
+  VectorStringSerializer{texts}.serialize(out);
+  auto const bytes = contentOf(out);
+  std::vector<std::string> back{"before"};
+  SimpleDeserializer in{bytes.data(), bytes.size()};
+  VectorStringSerializer{back}.serialize(in);
+  RC_ASSERT(back == texts);
+  RC_ASSERT(in.remaining() == 0u);
+  SimpleDeserializer shorter{bytes.data(), cut % bytes.size()};
+  RC_ASSERT(refusalOf([&] { VectorStringSerializer{back}.serialize(shorter); }) == readBeyondEnd);
+}
+
+}  // namespace
+}  // namespace casebook

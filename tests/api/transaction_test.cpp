@@ -1,0 +1,290 @@
+#include "support/listener.h"
+#include "support/state.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <tuple>
+
+namespace casebook {
+namespace {
+
+using test::connect;
+using test::Content;
+using test::CurrentProject;
+using test::Lines;
+using test::Listener;
+using test::refusalOf;
+using test::SignalKind;
+
+constexpr auto committed = "The transaction was committed already. (true)";
+
+/// A project with a listener to all of its signals.
+class Transactions : public testing::Test {
+ protected:
+  CurrentProject const project_;
+  Listener listener_{*project_};
+
+  template <class Edit>
+  Lines heardOf(Edit&& edit) {
+    auto transaction = project_->startTransaction();
+    edit(*project_);
+    transaction.commit();
+    return listener_.take();
+  }
+};
+
+Lines const nameSet{"journal 1001", "pre ~1001(>a)", "change ~1001(>a)"};
+Lines const descriptionSet{"journal 1002", "pre ~1002(>b)", "change ~1002(>b)"};
+
+Lines operator+(Lines first, Lines const& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+TEST_F(Transactions, TheEndOfTheOutermostEndsThem) {
+  std::optional outer{project_->startTransaction()};
+  std::optional copy{*outer};
+  project_->startTransaction(7);
+  {
+    auto inner = project_->startTransaction();
+    EXPECT_EQ(project_->transactionDepth(), 4u);
+    inner->setFriendlyName("a");
+    inner.commit();
+    inner.commit();
+  }
+  project_->endTransaction(7);
+  outer.reset();
+  EXPECT_EQ(project_->transactionDepth(), 1u);
+  EXPECT_EQ(listener_.take(), Lines{});
+  copy.reset();
+  EXPECT_EQ(project_->transactionDepth(), 0u);
+  EXPECT_EQ(listener_.take(), nameSet);
+}
+
+TEST_F(Transactions, ACommittedOneHoldsNothing) {
+  auto transaction = project_->startTransaction();
+  auto other = project_->startTransaction();
+  transaction.commit();
+  EXPECT_EQ(refusalOf([&] { Transaction const copy{transaction}; }), committed);
+  EXPECT_EQ(refusalOf([&] { other = transaction; }), committed);
+  EXPECT_EQ(refusalOf([&] { transaction->setFriendlyName("a"); }), committed);
+  EXPECT_EQ(project_->transactionDepth(), 1u);
+  transaction = other;
+  EXPECT_EQ(project_->transactionDepth(), 2u);
+}
+
+TEST_F(Transactions, AssignmentReleasesAndThenTakesALevel) {
+  auto const second = createProject();
+  {
+    auto transaction = project_->startTransaction();
+    auto const other = second->startTransaction();
+    project_->setFriendlyName("a");
+    auto const& same = transaction;
+    transaction = same;
+    EXPECT_EQ(listener_.take(), nameSet);
+    EXPECT_EQ(project_->transactionDepth(), 1u);
+    project_->setDescription("b");
+    transaction = other;
+    EXPECT_EQ(listener_.take(), descriptionSet);
+    EXPECT_EQ(project_->transactionDepth(), 0u);
+    EXPECT_EQ(second->transactionDepth(), 2u);
+    ScopedConnection const failing = second->connectProjectChange([](auto const&) { throw std::runtime_error{"no"}; });
+    second->endTransaction(0);
+    second->setFriendlyName("a");
+    EXPECT_THROW(transaction = project_->startTransaction(), std::runtime_error);
+    second->startTransaction(0);  // that of `other`
+  }
+  EXPECT_EQ(project_->transactionDepth(), 0u);
+  EXPECT_EQ(second->transactionDepth(), 0u) << "the assignment that failed gave up its level";
+}
+
+TEST_F(Transactions, EndingNoneWrapsAndNothingEndsAnyMore) {
+  project_->endTransaction(0);
+  EXPECT_EQ(project_->transactionDepth(), ~u64{0});
+  EXPECT_EQ(heardOf([](Project& p) { p.setFriendlyName("a"); }), Lines{});
+}
+
+void setThree(Project& p) { p.setVariableName(2, "z"), p.setVariableDataType(2, {}), p.setVariableNature(1, {}); }
+void setCell(Project& p) { p.setValue(WeakPtr<Variable>{2}.lock(), WeakPtr<Record>{3}.lock(), {}); }
+void setStatus(Project& p) { p.activate(3, false), p.activate(3, true); }
+void addRules(Project& p) { p.addPathRegex("*", "t"), p.addVariableRegex("*", WeakPtr<Variable>{1}.lock()); }
+void setRules(Project& p) {
+  p.setPathRegexTarget(6, "u"), p.setPathRegexExpression(6, "?"), p.setVariableRegexTarget(7, 2);
+}
+void addGroups(Project& p) { p.addTag(p.addTagGroup("g").id(), "t"), p.addTagGroup("h"); }
+void editTags(Project& p) { p.removeTag(8, "t"), p.addTag(8, "v"), p.addTag(8, "w"), p.setTagGroupName(9, "i"); }
+
+TEST_F(Transactions, ReportWhatChangedOnceAndInOrder) {
+  std::tuple<void (*)(Project&), std::string, std::string> const rows[] = {
+      {[](Project& p) { p.setFriendlyName("a"), p.setFriendlyName("b"); }, " 1001 1001", " ~1001(>b)"},
+      {[](Project& p) { p.setFriendlyName("c"), p.setFriendlyName("b"); }, " 1001 1001", " ~1001(b>b)"},
+      {[](Project& p) { p.setRootPath("r"), p.setDescription("d"); }, " 1003 1002", " ~1002(>d) ~1003(>r)"},
+      {[](Project& p) { p.setVariableName(p.addVariable("x", {}, {}, {}).id(), "y"); }, " 2001 2006", " +v2"},
+      {setThree, " 2006 2002 2004", " ~v1 ~v2 ~v2"},
+      {[](Project& p) { p.addRecord(), p.addAuxFile(3, "f", ""); }, " 3001 4001", " +r3 +f4"},
+      {setCell, " 2009", " values"},
+      {[](Project& p) { p.setRow(3, p.getRow(3)); }, " 2009 2009", " values"},
+      {setStatus, " 2001 3003 3003", " +v5 ~r3 values"},
+      {addRules, " 6001 5001", " +V7 +P6"},
+      {setRules, " 6003 6002 5003", " ~V7 ~P6 ~P6"},
+      {addGroups, " 7001 7003 7001", " +g8 +g9"},
+      {editTags, " 80007003 7003 7003 7002", " ~g8 ~g8 ~g9"},
+  };
+  for (auto const& [edit, commands, changes] : rows)
+    EXPECT_EQ(heardOf(edit), (Lines{"journal" + commands, "pre" + changes, "change" + changes}));
+  EXPECT_EQ(heardOf([](Project&) {}), Lines{});
+}
+
+TEST_F(Transactions, AreJournalledOnlyWhileASlotIsConnected) {
+  auto const other = createProject();
+  auto const connectJournal = [&] { return other->connectProjectJournal([](auto&) { ADD_FAILURE(); }); };
+  auto first = connectJournal();
+  auto same = first;
+  ScopedConnection second = connectJournal();
+  other->setFriendlyName("seen");
+  first.disconnect();
+  same.disconnect();
+  other->setDescription("seen by the second");
+  second.disconnect();
+  other->startTransaction().commit();
+  other->setRootPath("unseen");
+  Listener listener{*other};
+  other->addRecord();
+  other->startTransaction().commit();
+  EXPECT_EQ(listener.take().at(0), "journal 3001");
+}
+
+TEST_F(Transactions, AnExceptionOfADestructorEndsTheProcess) {
+  auto const end = [this] {
+    ScopedConnection const slot = project_->connectProjectChange([](auto const&) { throw std::runtime_error{"no"}; });
+    auto const transaction = project_->startTransaction();
+    project_->setFriendlyName("a");
+  };
+  EXPECT_DEATH(end(), "");
+}
+
+/// What slots do at each of the signals. `emit` sets the name in a transaction, or resets the project.
+class Slots : public Transactions, public testing::WithParamInterface<SignalKind> {
+ protected:
+  void emit() {
+    if (GetParam() == SignalKind::Reset) return project_->resetProject();
+    auto transaction = project_->startTransaction();
+    project_->setFriendlyName("a");
+    transaction.commit();
+  }
+  /// What is heard of `emit` when the slots of the signal under test fail.
+  [[nodiscard]] Lines heardWhenFailing() const {
+    if (GetParam() == SignalKind::Reset) return {"reset"};
+    auto const lines = GetParam() == SignalKind::Journal ? 1 : GetParam() == SignalKind::Pre ? 2 : 3;
+    return {nameSet.begin(), nameSet.begin() + lines};
+  }
+  [[nodiscard]] Lines heardOfEmit() const { return GetParam() == SignalKind::Reset ? Lines{"reset"} : nameSet; }
+
+  void editWithin() {
+    auto transaction = project_->startTransaction();
+    project_->setDescription("b");
+    auto const before = listener_.heard();
+    transaction.commit();
+    EXPECT_EQ(listener_.heard(), before) << "ended within the emission";
+    EXPECT_TRUE(project_->isEmitting());
+  }
+
+  Connection throwOnce(char const* what, std::function<void()> const& edit) {
+    return connect(*project_, GetParam(), [what, edit, thrown = false]() mutable {
+      if (std::exchange(thrown, true)) return;
+      edit();
+      throw std::runtime_error{what};
+    });
+  }
+};
+
+TEST_P(Slots, MayEditAndTheirEditsLeaveAfterwardsByThemselves) {
+  auto const replayed = createProject();
+  test::BlockStore const journal{*project_};
+  int calls = 0;
+  ScopedConnection const slot = connect(*project_, GetParam(), [&] {
+    if (++calls == 1) editWithin();
+    if (calls == 2) project_->setDescription(""), project_->setDescription("b");
+  });
+  emit();
+  auto expected = heardOfEmit() + descriptionSet;
+  if (GetParam() != SignalKind::Reset)
+    expected = expected + Lines{"journal 1002 1002", "pre ~1002(b>b)", "change ~1002(b>b)"};
+  EXPECT_EQ(listener_.take(), expected);
+  EXPECT_FALSE(project_->isEmitting());
+  for (auto const& block : journal.blocks) test::replay(*replayed, block);
+  EXPECT_EQ(test::stateOf(*replayed), test::stateOf(*project_));
+}
+
+TEST_P(Slots, MayConnectAndDropThemselvesAndOthers) {
+  int own = 0;
+  int dropped = 0;
+  int added = 0;
+  std::vector<ScopedConnection> connections;
+  connections.emplace_back(connect(*project_, GetParam(), [&] {
+    ++own;
+    connections.clear();
+    connections.emplace_back(connect(*project_, GetParam(), [&] { ++added; }));
+  }));
+  connections.emplace_back(connect(*project_, GetParam(), [&] { ++dropped; }));
+  emit();
+  int const before = added;
+  emit();
+  EXPECT_EQ(own, 1);
+  EXPECT_EQ(dropped, 0);
+  EXPECT_EQ(added, before + 1);
+}
+
+TEST_P(Slots, MayThrowAndTheFirstExceptionPassesWhenAllIsDone) {
+  ScopedConnection const first = throwOnce("first", [this] { editWithin(); });
+  ScopedConnection const second = throwOnce("second", [] {});
+  Listener late{*project_};
+  try {
+    emit();
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (std::runtime_error const& error) {
+    EXPECT_STREQ(error.what(), "first");
+  }
+  EXPECT_EQ(project_->transactionDepth(), 0u);
+  EXPECT_EQ(listener_.take(), heardWhenFailing() + descriptionSet);
+  EXPECT_EQ(late.take(), heardWhenFailing() + descriptionSet);
+}
+
+TEST_P(Slots, ThatThrowLeaveNothingBehind) {
+  project_->addRecord();
+  EXPECT_TRUE(project_->recordById(1)) << "fills the index of cases";
+  project_->addRecord();
+  ScopedConnection const failing = throwOnce("first", [] {});
+  EXPECT_THROW(emit(), std::runtime_error);
+  EXPECT_EQ(project_->recordById(2).valid(), GetParam() != SignalKind::Reset);
+  listener_.take();
+  Lines const clean{"journal 1003", "pre ~1003(>c)", "change ~1003(>c)"};
+  EXPECT_EQ(heardOf([](Project& p) { p.setRootPath("c"); }), clean);
+}
+
+TEST_P(Slots, MayNotReplaceTheProject) {
+  heardOf([](Project& p) { p.addRecord(); });
+  Content const block{12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+  ScopedConnection const slot = connect(*project_, GetParam(), [&] {
+    auto const before = test::stateOf(*project_);
+    EXPECT_EQ(refusalOf([&] { project_->resetProject(); }), test::whileSignalling);
+    EXPECT_EQ(refusalOf([&] { project_->clearEntireProjectWithoutSignal(); }), test::whileSignalling);
+    EXPECT_EQ(refusalOf([&] { test::replay(*project_, block); }), test::whileSignalling);
+    EXPECT_EQ(test::stateOf(*project_), before);
+  });
+  emit();
+  EXPECT_EQ(listener_.take(), heardOfEmit());
+}
+
+std::string nameOf(testing::TestParamInfo<SignalKind> const& signal) {
+  char const* const names[] = {"Pre", "Change", "Journal", "Reset"};
+  return names[static_cast<std::size_t>(signal.param)];
+}
+
+INSTANTIATE_TEST_SUITE_P(AtEach, Slots,
+                         testing::Values(SignalKind::Pre, SignalKind::Change, SignalKind::Journal, SignalKind::Reset),
+                         nameOf);
+
+}  // namespace
+}  // namespace casebook

@@ -1,0 +1,121 @@
+#include "support/current_project.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <tuple>
+
+namespace casebook {
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double noNumber = std::numeric_limits<double>::quiet_NaN();
+constexpr u64 largest = std::numeric_limits<u64>::max();
+
+Variant integer(u64 number) { return Variant::ofWord(number, Variant::UnsignedInteger); }
+Variant ofBits(u64 bits) { return Variant::ofWord(bits, Variant::FloatingPoint); }
+
+TEST(Variant, ConvertsFromEveryTypeToEveryOther) {
+  std::tuple<Variant, u64, double, std::string> const rows[] = {
+      {{}, 0, noNumber, ""},
+      {Variant{7u, Variant::Null}, 0, noNumber, ""},
+      {integer(largest), largest, 0x1p64, "18446744073709551615"},
+      {0.0, 0, 0.0, "0"},
+      {-0.0, 0, 0.0, "0"},
+      {2.999, 2, 2.999, "2.999"},
+      {-7.5, 0, -7.5, "-7.5"},
+      {1.0 / 3, 0, 1.0 / 3, "0.3333333333333333"},
+      {1e-5, 0, 1e-5, "0.00001"},
+      {-1.2345678901234568e-5, 0, -1.2345678901234568e-5, "-0.000012345678901234568"},
+      {9.9e-6, 0, 9.9e-6, "9.9e-06"},
+      {5e-324, 0, 5e-324, "5e-324"},
+      {999999999999999.0, 999999999999999, 999999999999999.0, "999999999999999"},
+      {1e15, 1000000000000000, 1e15, "1e+15"},
+      {0x1p64, largest, 0x1p64, "1.8446744073709552e+19"},
+      {infinity, largest, infinity, "inf"},
+      {-infinity, 0, -infinity, "-inf"},
+      {Variant::nan(), 0, noNumber, "nan"},
+      {ofBits(0xFFF0000000000001), 0, noNumber, "nan"},
+      {"", 0, noNumber, ""},
+      {"12", 0, noNumber, "12"},
+      {std::string{"1\0b", 3}, 0, noNumber, std::string{"1\0b", 3}},
+  };
+  for (auto const& [value, asLong, asDouble, text] : rows) {
+    EXPECT_EQ(value.longValue(), asLong) << text;
+    double const number = value.doubleValue();
+    EXPECT_TRUE(number == asDouble || (std::isnan(number) && std::isnan(asDouble))) << text;
+    EXPECT_EQ(value.stringValue(), value.type() == Variant::String ? text : "");
+    EXPECT_EQ(value.toString(), text);
+  }
+}
+
+RC_GTEST_PROP(Variant, TextOfANumberReadsBack, (u64 bits)) {
+  auto const text = ofBits(bits).toString();
+  RC_ASSERT(ofBits(bits) == Variant{std::strtod(text.c_str(), nullptr)});
+}
+
+TEST(Variant, IsItsTypeAndAWord) {
+  static_assert(sizeof(Variant) == 16);
+  Variant const values[] = {{}, integer(1), 1.0, "1"};
+  for (std::uint32_t type = 0; type < 4; ++type) EXPECT_EQ(std::memcmp(&values[type], &type, sizeof type), 0);
+  EXPECT_EQ(Variant::ofWord(7, Variant::Null).word(), 0u);
+  EXPECT_EQ(Variant{-2.0}.word(), 0xC000000000000000);
+  EXPECT_EQ(Variant{"text"}.word(), 0u);
+  auto const refusal = "A text cannot be made from a number. (true)";
+  EXPECT_EQ(test::refusalOf([] { return Variant{1u, Variant::String}; }), refusal);
+  EXPECT_EQ(test::refusalOf([] { return Variant::ofWord(1, Variant::String); }), refusal);
+}
+
+TEST(Variant, OrderIsTotalByTypeThenValue) {
+  std::vector<std::vector<Variant>> const ascending = {
+      {{}, Variant{9u, Variant::Null}},
+      {integer(0)},
+      {integer(1)},
+      {integer(largest)},
+      {-infinity},
+      {-1.0},
+      {-0.0, 0.0},
+      {5e-324},
+      {1.0},
+      {infinity},
+      {Variant::nan(), ofBits(0xFFF8000000000000), ofBits(0x7FF0000000000001)},
+      {"", std::string{}},
+      {std::string{"\0", 1}},
+      {"10"},
+      {"9"},
+      {"A"},
+      {"AB", std::string{"AB"}},
+      {"a"},
+      {"\xC3\xA4"}};
+  for (std::size_t i = 0; i < ascending.size(); ++i)
+    for (std::size_t j = 0; j < ascending.size(); ++j)
+      for (auto const& a : ascending[i])
+        for (auto const& b : ascending[j]) {
+          EXPECT_EQ(a < b, i < j) << exactly(a) << " and " << exactly(b);
+          EXPECT_EQ(a == b, i == j) << exactly(a) << " and " << exactly(b);
+          EXPECT_TRUE(i != j || a.toString() == b.toString());
+        }
+}
+
+TEST(Variant, CopiesShareTheTextWhichLastsWithTheLastOfThem) {
+  auto value = std::make_unique<Variant>(std::string(100, 'x'));
+  Variant copy{*value};
+  Variant assigned;
+  assigned = copy;
+  auto const* const text = &value->stringValue();
+  EXPECT_EQ(&copy.stringValue(), text);
+  value.reset();
+  copy = Variant{"other"};
+  auto const& same = assigned;
+  assigned = same;
+  swap(copy, assigned);
+  EXPECT_EQ(assigned, Variant{"other"});
+  EXPECT_EQ(&Variant{std::move(copy)}.stringValue(), text);
+}
+
+}  // namespace
+}  // namespace casebook

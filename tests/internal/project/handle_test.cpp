@@ -1,0 +1,193 @@
+#include "project/handle_access.h"
+#include "support/current_project.h"
+
+#include <gtest/gtest.h>
+
+namespace casebook {
+namespace {
+
+using test::CurrentProject;
+using test::refusalOf;
+
+constexpr auto cannotCopy = "Attempted to create or copy an invalid data entity (false)";
+constexpr auto cannotUnlock = "Attempted to unlock an unknown data entity (true)";
+
+using Count = void (Project::*)(u64) const;
+
+/// One kind of handle: the project's operations on its locks, and how its entities are made.
+template <class T, auto Lock, Count AddRef, Count Unlock, u64 (*Add)(Project&)>
+struct Kind {
+  using Handle = T;
+  static constexpr auto lock = Lock;
+  static constexpr Count addRef = AddRef, unlock = Unlock;
+  static constexpr auto add = Add;
+};
+
+u64 addRecord(Project& p) { return p.addRecord().id(); }
+u64 addVariable(Project& p) { return p.addVariable("", {}, {}, {}).id(); }
+u64 addAuxFile(Project& p) { return p.addAuxFile(p.addRecord().id(), "f", "").id(); }
+u64 addTagGroup(Project& p) { return p.addTagGroup(std::to_string(p.tagGroups().size())).id(); }
+u64 addPathRegex(Project& p) { return p.addPathRegex("*", "").id(); }
+u64 addVariableRegex(Project& p) { return p.addVariableRegex("*", Variable{1, NoLockRequired{}}).id(); }
+
+using P = Project;
+struct RecordKind : Kind<Record, &P::lockRecord, &P::addRefRecord, &P::unlockRecord, addRecord> {};
+struct VariableKind : Kind<Variable, &P::lockVariable, &P::addRefVariable, &P::unlockVariable, addVariable> {};
+struct AuxFileKind : Kind<AuxFile, &P::lockAuxFile, &P::addRefAuxFile, &P::unlockAuxFile, addAuxFile> {};
+struct TagGroupKind : Kind<TagGroup, &P::lockTagGroup, &P::addRefTagGroup, &P::unlockTagGroup, addTagGroup> {};
+struct PathRegexKind
+    : Kind<Regex<std::string>, &P::lockRegexTag, &P::addRefRegexTag, &P::unlockRegexTag, addPathRegex> {};
+struct VariableRegexKind
+    : Kind<Regex<Variable>, &P::lockRegexVar, &P::addRefRegexVar, &P::unlockRegexVar, addVariableRegex> {};
+
+/// A current project with two entities of the kind.
+template <class T>
+class Handles : public testing::Test {
+ protected:
+  CurrentProject const project_;
+  u64 const first_ = T::add(*project_);
+  u64 const second_ = T::add(*project_);
+
+  /// Every handle of the project must be one of this entity.
+  [[nodiscard]] u64 lockCount(u64 uid) const {
+    u64 count = 0;
+    for (; !project_->isCompletelyUnlocked() && count < 9; ++count) (*project_.*T::unlock)(uid);
+    for (u64 i = 0; i < count; ++i) (*project_.*T::addRef)(uid);
+    return count;
+  }
+  [[nodiscard]] static auto lock(u64 uid) { return WeakPtr<typename T::Handle>{uid}.lock(); }
+};
+
+using Kinds = testing::Types<RecordKind, VariableKind, AuxFileKind, TagGroupKind, PathRegexKind, VariableRegexKind>;
+TYPED_TEST_SUITE(Handles, Kinds);
+
+TYPED_TEST(Handles, OperationsOnLocks) {
+  auto& p = *this->project_;
+  for (u64 const unknown : {u64{0}, u64{99}}) {
+    EXPECT_FALSE((p.*TypeParam::lock)(unknown).valid());
+    EXPECT_EQ(refusalOf([&] { (p.*TypeParam::addRef)(unknown); }), unknown ? cannotCopy : "");
+    EXPECT_EQ(refusalOf([&] { (p.*TypeParam::unlock)(unknown); }), cannotUnlock);
+  }
+  u64 const uid = this->first_;
+  (p.*TypeParam::unlock)(uid);
+  EXPECT_EQ(this->lockCount(uid), 0u) << "a count of 0 stays 0";
+  (p.*TypeParam::addRef)(uid);
+  EXPECT_EQ((p.*TypeParam::lock)(uid).getWeakPtr().id(), uid);
+  EXPECT_EQ(this->lockCount(uid), 1u);
+  (p.*TypeParam::unlock)(uid);
+  EXPECT_TRUE(p.isCompletelyUnlocked());
+  auto const transaction = p.startTransaction();
+  EXPECT_FALSE(p.isCompletelyUnlocked());
+}
+
+TYPED_TEST(Handles, CountWhileTheyLive) {
+  using Handle = typename TypeParam::Handle;
+  u64 const uid = this->first_;
+  {
+    Handle handle = this->lock(uid);
+    Handle const copy{handle};
+    EXPECT_TRUE(handle == copy);
+    EXPECT_EQ(this->lockCount(uid), 2u);
+    handle = copy;
+    auto const& same = handle;
+    handle = same;
+    EXPECT_EQ(this->lockCount(uid), 2u);
+    handle = Handle{0, NoLockRequired{}};
+    EXPECT_FALSE(handle.valid());
+    EXPECT_EQ(this->lockCount(uid), 1u);
+    EXPECT_FALSE(Handle{handle} == copy);
+  }
+  Handle handle = this->lock(uid);
+  handle = this->lock(this->second_);
+  EXPECT_EQ(this->lockCount(this->second_), 1u);
+  EXPECT_FALSE(HandleAccess::make<Handle>(0).valid());
+  EXPECT_EQ(refusalOf([] { HandleAccess::make<Handle>(99); }), cannotCopy);
+}
+
+TYPED_TEST(Handles, AssignmentThatFailsChangesNothing) {
+  using Handle = typename TypeParam::Handle;
+  u64 const uid = this->first_;
+  auto const gone = [] { return Handle{99, NoLockRequired{}}; };
+  std::pair<Handle, char const*> rows[] = {{this->lock(uid), cannotCopy}, {Handle{0, NoLockRequired{}}, cannotUnlock}};
+  for (auto& [target, refusal] : rows) {
+    EXPECT_EQ(refusalOf([&] { target = gone(); }), refusal);
+    EXPECT_EQ(this->lockCount(uid), 1u);
+  }
+  // A target whose entity was reset away, and another has its UID: no count to give up, and none to give back.
+  Handle reborn{this->second_, NoLockRequired{}};
+  EXPECT_EQ(refusalOf([&] { reborn = gone(); }), cannotCopy);
+  EXPECT_EQ(this->lockCount(uid), 1u);
+  Handle lost = gone();
+  EXPECT_EQ(refusalOf([&] { lost = rows[0].first; }), cannotUnlock);
+  EXPECT_EQ(lost.getWeakPtr().id(), 99u);
+  EXPECT_EQ(this->lockCount(uid), 1u);
+}
+
+TYPED_TEST(Handles, OutliveTheirEntityAndTheirProject) {
+  auto& p = *this->project_;
+  auto const handles = [this] { return std::vector(3, this->lock(this->second_)); };
+  auto const addSecond = [this](Project& project) {
+    while (TypeParam::add(project) < this->second_) continue;
+  };
+  {
+    auto const beyondReset = handles();
+    p.resetProject();
+    EXPECT_EQ(refusalOf([&] { auto const copy{beyondReset[0]}; }), cannotCopy);
+  }
+  addSecond(p);
+  {
+    auto const beyondRebirth = handles();
+    p.clearEntireProjectWithoutSignal();
+    addSecond(p);
+  }
+  auto orphans = handles();
+  orphans.clear();
+  {
+    CurrentProject const other;
+    addSecond(*other);
+    orphans = handles();
+  }
+  orphans.pop_back();
+  EXPECT_TRUE(p.isCompletelyUnlocked());
+  auto* const before = std::exchange(projectPtr, nullptr);
+  orphans.clear();
+  EXPECT_EQ(projectPtr, nullptr) << "a handle makes no project";
+  projectPtr = before;
+}
+
+TEST(HandlesOfTagGroups, AreAcquiredByTheUidOfARecord) {
+  CurrentProject const project;
+  u64 const group = project->addTagGroup("g").id();
+  u64 const record = project->addRecord().id();
+  EXPECT_EQ(refusalOf([&] { HandleAccess::make<TagGroup>(group); }), cannotCopy);
+  EXPECT_TRUE(project->isCompletelyUnlocked());
+  EXPECT_EQ(HandleAccess::make<TagGroup>(record).getWeakPtr().id(), record);
+  project->unlockRecord(record);  // the handle's end looked for a group
+  EXPECT_TRUE(project->isCompletelyUnlocked());
+}
+
+// Changes go to the transaction's project, everything else to the current one.
+TEST(HandlesBetweenProjects, ChangeWhereTheTransactionIs) {
+  auto const other = createProject();
+  CurrentProject const project;
+  for (auto* p : {&*project, other.get()})
+    p->addRecord(), p->addVariable("x", {}, Variant::FloatingPoint, 1.5), p->addTagGroup("g");
+  auto transaction = other->startTransaction();
+  auto record = WeakPtr<Record>{2}.lock(transaction);
+  EXPECT_TRUE(project->isCompletelyUnlocked()) << "locked where the transaction is";
+  auto variable = WeakPtr<Variable>{3}.lock();
+  auto group = WeakPtr<TagGroup>{4}.lock();
+  record.setData(2.5, variable, transaction);
+  variable.setName("y", transaction);
+  group.addTag("t", transaction);
+  record.deactivate(transaction);
+  EXPECT_EQ(record.data(variable), Variant{1.5});
+  EXPECT_EQ(variable.name() + group.name() + std::to_string(group.tags().size()), "xg0");
+  EXPECT_TRUE(record.isActive());
+  EXPECT_EQ(other->getRow(2)[1], Variant{2.5});
+  EXPECT_EQ(other->variableName(3) + other->tags(4).at(0), "yt");
+  EXPECT_FALSE(other->recordIsActive(2));
+}
+
+}  // namespace
+}  // namespace casebook

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "support/current_project.h"
+
+#include <sstream>
+
+namespace casebook::test {
+
+/// Everything that a project holds and answers, as lines of text: equal projects have equal states.
+inline std::string stateOf(Project& project) {
+  std::ostringstream out;
+  out << "texts " << project.friendlyName() << '|' << project.description() << '|' << project.rootPath() << '\n';
+  for (auto const variable : project.variables()) {
+    u64 const uid = variable.id();
+    out << "variable " << uid << ' ' << project.variableName(uid) << '|' << project.variableDescription(uid) << '|'
+        << project.variableExpression(uid) << '|' << exactly(project.variableDefaultValue(uid)) << '|'
+        << project.variableDataType(uid) << '|' << static_cast<u64>(project.variableType(uid)) << '|'
+        << static_cast<u64>(project.variableNature(uid)) << (project.variableIsCaseID(uid) ? "|case id\n" : "\n");
+  }
+  for (auto const record : project.records()) {
+    out << "record " << record.id() << (project.recordIsActive(record.id()) ? " active" : " inactive");
+    for (auto const& cell : project.getRow(record.id())) out << ' ' << exactly(cell);
+    for (auto const file : project.auxFiles(record.id())) out << " file " << file.id();
+    out << '\n';
+  }
+  for (auto const file : project.auxFiles())
+    out << "file " << file.id() << ' ' << project.auxFileRawPath(file.id()) << '|'
+        << project.auxFileRecord(file.id()).id() << '\n';
+  for (auto const group : project.tagGroups()) {
+    out << "group " << group.id() << ' ' << project.tagGroupName(group.id());
+    for (auto const& tag : project.tags(group.id())) out << '|' << tag;
+    out << '\n';
+  }
+  for (auto const rule : project.variableRegexs())
+    out << "variable rule " << rule.id() << ' ' << project.variableRegexExpression(rule.id()) << '|'
+        << project.variableRegexTarget(rule.id()).id() << '\n';
+  for (auto const rule : project.pathRegexs())
+    out << "path rule " << rule.id() << ' ' << project.pathRegexExpression(rule.id()) << '|'
+        << project.pathRegexTarget(rule.id()) << '\n';
+  return out.str();
+}
+
+}  // namespace casebook::test
