@@ -1,0 +1,258 @@
+#include "project/import_plan.h"
+
+#include "console/messages.h"
+#include "project/lookup.h"
+#include "project/words.h"
+#include "text/nearest.h"
+#include "text/numbers.h"
+#include "text/utf8.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <unordered_map>
+
+namespace casebook::cli {
+namespace {
+
+using Role = PlannedColumn::Role;
+
+/// Collects what is wrong with a table, and after the first few only counts it.
+class Problems {
+ public:
+  Problems(CsvTable const& table, std::string_view source) : table_{table}, source_{source} {}
+
+  /// `message` makes the sentence, when it is needed.
+  template <class Message>
+  void add(CsvCell const& cell, Message const& message) {
+    if (++found_ <= 8) lines_.push_back(at(source_, table_.place(cell), message()));
+  }
+
+  [[nodiscard]] std::size_t lineOf(CsvCell const& cell) const { return table_.place(cell).line; }
+
+  void throwIfAny(std::string const& hint) {
+    if (found_ == 0) return;
+    if (found_ > lines_.size())
+      lines_.push_back(fmt::format("{}: {} more like these.", source_, found_ - lines_.size()));
+    throw Failure{std::move(lines_), hint};
+  }
+
+ private:
+  CsvTable const& table_;
+  std::string_view source_;
+  std::vector<std::string> lines_;
+  std::size_t found_ = 0;
+};
+
+/// Splits "left=right" where `left` is one of the names, which may hold "=" themselves.
+std::pair<std::string, std::string> splitWish(std::string const& wish, std::vector<std::string> const& names,
+                                              std::string_view option) {
+  for (std::size_t equals = wish.find('='); equals != std::string_view::npos; equals = wish.find('=', equals + 1)) {
+    std::string left = wish.substr(0, equals);
+    if (std::ranges::find(names, left) != names.end()) return {std::move(left), wish.substr(equals + 1)};
+  }
+  if (wish.find('=') == std::string_view::npos)
+    throw Failure{fmt::format("{} {}: This has no \"=\".", option, inQuotes(wish)), {}, ExitCode::Usage};
+  std::string const wanted = wish.substr(0, wish.find('='));
+  throw Failure{fmt::format("{} {}: The table has no column {}. {}", option, inQuotes(wish), inQuotes(wanted),
+                            suggestion(wanted, names))};
+}
+
+class Planner {
+ public:
+  Planner(CsvTable const& table, std::string_view source, ImportWishes const& wishes, Project& project)
+      : table_{table}, source_{source}, wishes_{wishes}, project_{project} {}
+
+  ImportPlan make() {
+    for (CsvCell const& cell : table_.header()) names_.emplace_back(cell.text);
+    rename();
+    checkNames();
+    readTypes();
+    for (std::size_t i = 0; i < names_.size(); ++i) plan_.columns.push_back(planColumn(i));
+    markIndependents();
+    return std::move(plan_);
+  }
+
+ private:
+  void rename() {
+    std::vector<std::string> const given = names_;
+    for (std::string const& wish : wishes_.renames) {
+      auto const [from, to] = splitWish(wish, given, "--rename");
+      checkUtf8(to);
+      for (std::size_t i = 0; i < names_.size(); ++i)
+        if (given[i] == from) names_[i] = to;
+    }
+  }
+
+  void checkNames() {
+    Problems problems{table_, source_};
+    std::map<std::string_view, std::size_t> first;
+    for (std::size_t i = 0; i < names_.size(); ++i) {
+      CsvCell const& cell = table_.header()[i];
+      auto const known = first.emplace(names_[i], i);
+      if (names_[i].empty()) {
+        problems.add(cell, [&] { return fmt::format("Column {} has no name.", i + 1); });
+      } else if (!known.second) {
+        problems.add(cell, [&] {
+          return fmt::format("Column {} is named {}, as column {} is.", i + 1, inQuotes(names_[i]),
+                             known.first->second + 1);
+        });
+      }
+    }
+    problems.throwIfAny({});
+  }
+
+  void readTypes() {
+    for (std::string const& wish : wishes_.types) {
+      auto const [name, word] = splitWish(wish, names_, "--type");
+      auto const type = readType(word);
+      if (!type)
+        throw Failure{
+            fmt::format("--type {}: A type is number, text or integer.", inQuotes(wish)), {}, ExitCode::Usage};
+      if (name == caseIdName || name == caseStatusName)
+        throw Failure{fmt::format("--type {}: This variable is built in.", inQuotes(wish))};
+      types_[name] = *type;
+    }
+  }
+
+  PlannedColumn planColumn(std::size_t index) {
+    PlannedColumn column;
+    column.index = index;
+    column.name = names_[index];
+    if (column.name == caseIdName) {
+      column.role = Role::CaseId;
+      column.type = Variant::UnsignedInteger;
+      checkCaseIds(index);
+    } else if (column.name == caseStatusName) {
+      column.role = Role::CaseStatus;
+      checkCaseStatus(index);
+    } else {
+      decideType(column);
+    }
+    return column;
+  }
+
+  void checkCaseIds(std::size_t index) {
+    Problems problems{table_, source_};
+    std::unordered_map<std::uint32_t, CsvCell const*> seen;
+    for (std::size_t row = 0; row < table_.rows(); ++row) {
+      CsvCell const& cell = table_.cell(row, index);
+      auto const id = readWholeNumber(cell.text);
+      if (isMissing(cell)) {
+        problems.add(cell, [&] { return "This case has no \"Case ID\"."; });
+      } else if (!id) {
+        problems.add(cell, [&] {
+          return fmt::format("\"Case ID\" {} is not a whole number below 4294967296.", inQuotes(cell.text));
+        });
+      } else if (auto const first = seen.emplace(*id, &cell); !first.second) {
+        problems.add(cell, [&] {
+          return fmt::format("\"Case ID\" {} stands on line {} already.", *id, problems.lineOf(*first.first->second));
+        });
+      }
+    }
+    problems.throwIfAny(R"(--rename "Case ID=NAME" brings the column in as an ordinary one.)");
+  }
+
+  void checkCaseStatus(std::size_t index) {
+    Problems problems{table_, source_};
+    for (std::size_t row = 0; row < table_.rows(); ++row) {
+      CsvCell const& cell = table_.cell(row, index);
+      if (cell.text != activeWord && cell.text != inactiveWord)
+        problems.add(cell, [&] {
+          return fmt::format("\"Case Status\" {} is neither \"Active\" nor \"Inactive\".", inQuotes(cell.text));
+        });
+    }
+    problems.throwIfAny(R"(--rename "Case Status=NAME" brings the column in as an ordinary one.)");
+    if (table_.rows() == 0) plan_.hints.emplace_back("\"Case Status\" comes with the first case; it is left out here.");
+  }
+
+  void decideType(PlannedColumn& column) {
+    column.existing = project_.variable(column.name);
+    auto const wished = types_.find(column.name);
+    if (column.existing) {
+      column.type = project_.variableDataType(column.existing.id());
+      checkExisting(column);
+    } else if (wished != types_.end()) {
+      column.type = wished->second;
+    } else {
+      column.type = guess(column);
+    }
+    checkCells(column);
+  }
+
+  void checkExisting(PlannedColumn const& column) {
+    Problems problems{table_, source_};
+    if (project_.variableType(column.existing.id()) == VariableType::Calculated)
+      problems.add(table_.header()[column.index],
+                   [&] { return fmt::format("The project computes {}; it takes no values.", inQuotes(column.name)); });
+    auto const wished = types_.find(column.name);
+    if (wished != types_.end() && wished->second != column.type)
+      problems.add(table_.header()[column.index], [&] {
+        return fmt::format("The project has {} already, as {}.", inQuotes(column.name), typeWord(column.type));
+      });
+    problems.throwIfAny(R"(--rename "OLD=NEW" brings a column in under another name.)");
+  }
+
+  VariableDataType guess(PlannedColumn const& column) {
+    ColumnGuess const guess = guessColumn(table_, column.index, wishes_.missing);
+    if (guess.isNumber) return Variant::FloatingPoint;
+    if (guess.loneWordCount > 0)
+      plan_.hints.push_back(fmt::format("{} is text only for the word {} in {}; --missing {} reads it as missing.",
+                                        inQuotes(column.name), inQuotes(guess.loneWord),
+                                        counted(guess.loneWordCount, "cell"), inQuotes(guess.loneWord)));
+    return Variant::String;
+  }
+
+  void checkCells(PlannedColumn& column) {
+    Problems problems{table_, source_};
+    for (std::size_t row = 0; row < table_.rows(); ++row) {
+      CsvCell const& cell = table_.cell(row, column.index);
+      if (isMissing(cell)) {
+        ++column.missing;
+      } else if (auto const reading = readCell(cell.text, column.type); !reading.value) {
+        problems.add(
+            cell, [&] { return fmt::format("{} {} {}.", inQuotes(column.name), inQuotes(cell.text), reading.fault); });
+      }
+    }
+    problems.throwIfAny({});
+  }
+
+  void markIndependents() {
+    for (std::string const& name : wishes_.independents) {
+      auto const column = std::ranges::find(plan_.columns, name, &PlannedColumn::name);
+      if (column == plan_.columns.end())
+        throw Failure{fmt::format("--independent {}: The table has no such column. {}", inQuotes(name),
+                                  suggestion(name, names_))};
+      if (column->role != Role::Ordinary)
+        throw Failure{fmt::format("--independent {}: This variable is built in.", inQuotes(name))};
+      column->nature = VariableNature::Independent;
+    }
+  }
+
+  [[nodiscard]] bool isMissing(CsvCell const& cell) const {
+    return cell.text.empty() || wishes_.missing.contains(cell.text);
+  }
+
+  CsvTable const& table_;
+  std::string_view source_;
+  ImportWishes const& wishes_;
+  Project& project_;
+  std::vector<std::string> names_;
+  std::map<std::string, VariableDataType> types_;
+  ImportPlan plan_;
+};
+
+}  // namespace
+
+ImportPlan ImportPlan::make(CsvTable const& table, std::string_view source, ImportWishes const& wishes,
+                            Project& project) {
+  return Planner{table, source, wishes, project}.make();
+}
+
+std::string at(std::string_view source, Place place, std::string_view message) {
+  return fmt::format("{}:{}:{}: {}", source, place.line, place.column, message);
+}
+
+}  // namespace casebook::cli

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <casebook/project.h>
+#include <casebook/record.h>
+#include <casebook/variable.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace casebook::cli {
+
+[[nodiscard]] std::vector<std::string> variableNames(Project& project);
+
+/// Throws Failure with the nearest names when there is none.
+[[nodiscard]] WeakPtr<Variable> findVariable(Project& project, std::string const& name);
+
+/// Throws Failure with the nearest cases when there is none, or when `caseId` is no case identifier.
+[[nodiscard]] WeakPtr<Record> findCase(Project& project, std::string const& caseId);
+
+/// The identifiers of all cases, ascending.
+[[nodiscard]] std::vector<std::uint32_t> caseIds(Project& project);
+
+/// Throws Failure unless a new variable may have this name: not empty, UTF-8, not taken, not that of a built-in one.
+void checkNewName(Project& project, std::string const& name);
+
+/// Throws Failure when the text of an argument is not UTF-8: a table that holds it could not be read back.
+void checkUtf8(std::string const& text);
+
+}  // namespace casebook::cli

@@ -1,0 +1,68 @@
+#include "text/nearest.h"
+
+#include "text/utf8.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+namespace casebook::cli {
+namespace {
+
+std::string lower(std::string_view text) {
+  std::string out{text};
+  std::ranges::transform(out, out.begin(),
+                         [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return out;
+}
+
+/// How many bytes have to be inserted, removed or replaced.
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      std::size_t const replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back();
+}
+
+/// 0 for what differs in case alone; the length of `wanted` and more for what has nothing to do with it.
+std::size_t strangeness(std::string_view wanted, std::string_view name) {
+  constexpr std::size_t longest = 200;
+  std::string const a = lower(wanted.substr(0, longest));
+  std::string const b = lower(name.substr(0, longest));
+  if (a.size() >= 3 && b.find(a) != std::string_view::npos) return 1;
+  return editDistance(a, b);
+}
+
+}  // namespace
+
+std::string suggestion(std::string_view wanted, std::span<std::string const> names) {
+  constexpr std::size_t atMost = 3;
+  std::vector<std::pair<std::size_t, std::size_t>> ranked;  // strangeness, place in `names`
+  for (std::string const& name : names) ranked.emplace_back(strangeness(wanted, name), ranked.size());
+  std::ranges::sort(ranked);
+
+  std::size_t const limit = std::max<std::size_t>(1, wanted.size() / 3);
+  std::vector<std::string> near;
+  for (auto const& [distance, i] : ranked)
+    if (distance <= limit && near.size() < atMost) near.push_back(inQuotes(names[i]));
+  if (!near.empty()) return fmt::format("Did you mean {}?", fmt::join(near, " or "));
+
+  std::vector<std::string> some;
+  for (std::string const& name : names.first(std::min<std::size_t>(names.size(), 8))) some.push_back(inQuotes(name));
+  if (some.empty()) return {};
+  bool const all = some.size() == names.size();
+  return fmt::format("{} {}.", all ? "There are" : "Some of the names are", fmt::join(some, ", "));
+}
+
+}  // namespace casebook::cli

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace casebook::cli {
+
+/// A sentence that names what the person may have meant, "Did you mean \"Sex\"?", or lists a few of the names when
+/// none is near. Empty when there are no names.
+[[nodiscard]] std::string suggestion(std::string_view wanted, std::span<std::string const> names);
+
+}  // namespace casebook::cli

@@ -1,0 +1,132 @@
+#include "text/numbers.h"
+#include "csv/column_inference.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace casebook::cli {
+namespace {
+
+TEST(Numbers, AreReadWhenTheyKeepEveryDigit) {
+  struct Case {
+    std::string_view text;
+    double value;
+  };
+  for (Case const& c : std::initializer_list<Case>{{"0", 0},
+                                                   {"-0", 0},
+                                                   {"39.1", 39.1},
+                                                   {"18.0", 18},
+                                                   {".5", .5},
+                                                   {"-5.", -5},
+                                                   {"0.000", 0},
+                                                   {"1e5", 1e5},
+                                                   {"1E+05", 1e5},
+                                                   {"-2.5e-3", -2.5e-3},
+                                                   {"1e300", 1e300},
+                                                   {"9007199254740992", 9007199254740992},
+                                                   {"-9007199254740992", -9007199254740992},
+                                                   {"0.30000000000000004", 0.30000000000000004},
+                                                   {"0.10000000000000001", 0.1},
+                                                   {"1.7976931348623157e308", std::numeric_limits<double>::max()},
+                                                   {"5e-324", std::numeric_limits<double>::denorm_min()}}) {
+    NumberReading const reading = readNumber(c.text);
+    EXPECT_EQ(reading.value, std::optional{c.value}) << c.text << ' ' << reading.fault;
+  }
+}
+
+TEST(Numbers, AreRefusedWithTheReason) {
+  struct Case {
+    std::string_view text, fault;
+  };
+  for (Case const& c : std::initializer_list<Case>{{"", "is not a number"},
+                                                   {"-", "is not a number"},
+                                                   {".", "is not a number"},
+                                                   {"+5", "is not a number"},
+                                                   {" 5", "is not a number"},
+                                                   {"5 ", "is not a number"},
+                                                   {"1,5", "is not a number"},
+                                                   {"1e", "is not a number"},
+                                                   {"1e+", "is not a number"},
+                                                   {"0x1F", "is not a number"},
+                                                   {"nan", "is not a number"},
+                                                   {"inf", "is not a number"},
+                                                   {"1.2.3", "is not a number"},
+                                                   {"007", "has leading zeros"},
+                                                   {"-00.5", "has leading zeros"},
+                                                   {"9007199254740993", "is a whole number beyond 2^53"},
+                                                   {"-10000000000000000", "is a whole number beyond 2^53"},
+                                                   {"0.123456789012345678", "has more than 17 significant digits"},
+                                                   {"900719925474099.31", "has more digits than a number keeps"},
+                                                   {"9007199254740993.0", "has more digits than a number keeps"},
+                                                   {"1.23456e-320", "has more digits than a number keeps"},
+                                                   {"1e400", "is beyond the range of numbers"},
+                                                   {"1e-400", "is beyond the range of numbers"}}) {
+    NumberReading const reading = readNumber(c.text);
+    EXPECT_EQ(reading.fault, c.fault) << c.text;
+    EXPECT_FALSE(reading.value) << c.text;
+  }
+}
+
+// Decimal arithmetic on texts: the digits of the double, written out exactly, rounded to as many as were given.
+RC_GTEST_PROP(Numbers, NeverLoseADigit, ()) {
+  std::string const digits =
+      *rc::gen::suchThat(rc::gen::container<std::string>(rc::gen::inRange('0', static_cast<char>('9' + 1))),
+                         [](std::string const& s) { return !s.empty() && s.size() < 20 && s.front() != '0'; });
+  auto const point = *rc::gen::inRange<std::size_t>(0, digits.size() + 1);
+  std::string text = digits;
+  text.insert(point, point < digits.size() ? "." : "");
+  NumberReading const reading = readNumber(text);
+  RC_TAG(reading.value ? "read" : "refused");
+  if (reading.value) {
+    char exact[64];
+    std::snprintf(exact, sizeof exact, "%.*e", static_cast<int>(digits.size()) - 1, *reading.value);
+    std::string kept{exact};
+    kept.erase(kept.find('e'));
+    std::erase(kept, '.');
+    RC_ASSERT(kept == digits);
+  } else {
+    RC_ASSERT(digits.size() > 15U);
+  }
+}
+
+TEST(Numbers, WholeOnesFit32Bits) {
+  EXPECT_EQ(readWholeNumber("0"), 0U);
+  EXPECT_EQ(readWholeNumber("4294967295"), 4294967295U);
+  for (char const* text : {"", "4294967296", "-1", "+1", "01", "1.0", " 1", "1 ", "1e3", "99999999999999999999"})
+    EXPECT_EQ(readWholeNumber(text), std::nullopt) << text;
+}
+
+TEST(ColumnInference, DecidesByTheCellsThatHoldSomething) {
+  struct Case {
+    std::string cells;  // one for each line
+    MissingWords missing;
+    bool isNumber;
+    std::string loneWord;
+    std::size_t count = 0;
+  };
+  std::vector<Case> const cases{{"1\n2.5\n", {}, true, ""},
+                                {"1\n\n-3\n", {}, true, ""},
+                                {"\n\n", {}, false, ""},
+                                {"", {}, false, ""},
+                                {"1\n007\n", {}, false, ""},
+                                {"1\n9007199254740993\n", {}, false, ""},
+                                {"1\nNA\n2\nNA\n", {}, false, "NA", 2},
+                                {"nan\n1\n", {}, false, "nan", 1},
+                                {"NA\n1\n-\n", {}, false, ""},
+                                {"NA\nNA\n", {}, false, ""},
+                                {"NA\n1\n-\n", {"NA", "-"}, true, ""},
+                                {"NA\nNA\n", {"NA"}, false, ""},
+                                {"1\nna\n", {"NA"}, false, "na", 1}};
+  for (Case const& c : cases) {
+    ColumnGuess const guess = guessColumn(CsvTable::parse("x\n" + c.cells, ','), 0, c.missing);
+    EXPECT_EQ(guess.isNumber, c.isNumber) << c.cells;
+    EXPECT_EQ(guess.loneWord, c.loneWord) << c.cells;
+    EXPECT_EQ(guess.loneWordCount, c.count) << c.cells;
+  }
+}
+
+}  // namespace
+}  // namespace casebook::cli

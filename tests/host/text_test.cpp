@@ -1,0 +1,87 @@
+#include "console/table_view.h"
+#include "text/json_text.h"
+#include "text/nearest.h"
+#include "text/utf8.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <sstream>
+
+namespace casebook::cli {
+namespace {
+
+TEST(Text, IsMeasuredAsATerminalDrawsIt) {
+  struct Case {
+    std::string text;
+    std::size_t width;
+    std::string printable;
+    std::string shortened;  // to 5 columns
+  };
+  std::vector<Case> const cases{{"", 0, "", ""},
+                                {"abcde", 5, "abcde", "abcde"},
+                                {"abcdef", 6, "abcdef", "abcd…"},
+                                {"Größe", 5, "Größe", "Größe"},
+                                {"e\u0301a", 2, "e\u0301a", "e\u0301a"},
+                                {"日本語", 6, "日本語", "日本…"},
+                                {"\x1b[31m", 5, "\\x1b[31m", "\\x1b…"},
+                                {"a\nb\t", 4, "a\\nb\\t", "a\\nb…"},
+                                {"\xff", 1, "\\xff", "\\xff"},
+                                {"\u202e", 1, "\\u202e", "\\u20…"}};
+  for (Case const& c : cases) {
+    EXPECT_EQ(printable(c.text), c.printable);
+    EXPECT_EQ(shortened(printable(c.text), 5), c.shortened);
+    EXPECT_EQ(displayWidth(c.text), c.width) << c.text;
+  }
+}
+
+RC_GTEST_PROP(Text, OfAnyBytesIsPrintable, (std::string const& bytes, std::uint8_t width)) {
+  std::string const shown = printable(bytes);
+  RC_ASSERT(isUtf8(shown));
+  RC_ASSERT(shown.find_first_of("\n\r\t\x1b\x7f") == std::string::npos);
+  RC_ASSERT(displayWidth(shortened(shown, width)) <= std::max<std::size_t>(width, 1));
+}
+
+RC_GTEST_PROP(Text, OfAnyBytesGoesThroughJson, (std::string const& bytes)) {
+  auto const json = nlohmann::json::parse(jsonText(bytes).dump());
+  std::string back;
+  if (json.is_string()) {
+    back = json.get<std::string>();
+  } else {
+    std::string const hex = json.at("hex").get<std::string>();
+    for (std::size_t i = 0; i < hex.size(); i += 2) back += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  }
+  RC_ASSERT(back == bytes);
+  RC_ASSERT(json.is_string() == isUtf8(bytes));
+}
+
+TEST(Suggestion, NamesWhatIsNear) {
+  std::vector<std::string> const names{"Case ID", "Body Mass (g)", "Sex", "Island"};
+  EXPECT_EQ(suggestion("body mass (g)", names), "Did you mean \"Body Mass (g)\"?");
+  EXPECT_EQ(suggestion("Sexe", names), "Did you mean \"Sex\"?");
+  EXPECT_EQ(suggestion("mass", names), "Did you mean \"Body Mass (g)\"?");
+  EXPECT_EQ(suggestion("wingspan", names), "There are \"Case ID\", \"Body Mass (g)\", \"Sex\", \"Island\".");
+  EXPECT_EQ(suggestion("x", {}), "");
+}
+
+TEST(TableView, AlignsAndKeepsToTheTerminal) {
+  TableView view;
+  view.addColumn("Name");
+  view.addColumn("Größe", TableView::Align::Right);
+  view.addColumn("Note");
+  view.addRow({"日本", "7", std::string(50, 'x')});
+  view.addRow({"a\nb", "12.5", ""});
+  std::ostringstream out;
+  Console console{std::cin, out, std::cerr};
+  EXPECT_EQ(view.print(console), 3U);
+  EXPECT_EQ(out.str(), "Name  Größe  Note\n日本      7  " + std::string(39, 'x') + "…\na\\nb   12.5\n");
+  out.str("");
+  console.width = 20;
+  console.colourOut = true;
+  EXPECT_EQ(view.print(console), 2U);
+  EXPECT_EQ(out.str(), "\x1b[1mName  Größe\x1b[0m\n日本      7\na\\nb   12.5\n");
+}
+
+}  // namespace
+}  // namespace casebook::cli
