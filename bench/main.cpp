@@ -1,0 +1,15 @@
+#include <benchmark/benchmark.h>
+
+#include "workloads.h"
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  // Memory first, before others leave holes in the heap.
+  casebook::bench::registerMemory();
+  casebook::bench::registerSetValue();
+  casebook::bench::registerOneCellTransaction();
+  casebook::bench::registerAddRecord();
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+}
