@@ -192,7 +192,8 @@ class CASEBOOK_EXPORT Project {
   /// The smallest and the largest number of the column, (NaN, NaN) when it holds none. Throws
   /// ("variableRange called on a non-numeric variable", true) unless the data type is 1 or 2.
   [[nodiscard]] virtual std::pair<double, double> variableRange(u64 variable);
-  /// These assign the property and nothing else: no cell is converted.
+  /// These assign the property and nothing else: no cell is converted. `setVariableType` throws
+  /// ("Only activating records makes a Case Status variable.", true) for that variable and for its type.
   virtual void setVariableDataType(u64 variable, VariableDataType dataType);
   virtual void setVariableType(u64 variable, VariableType type);
   virtual void setVariableNature(u64 variable, VariableNature nature);
@@ -329,9 +330,9 @@ class CASEBOOK_EXPORT Project {
   /// False while a transaction is open or any handle is alive.
   [[nodiscard]] virtual bool isCompletelyUnlocked() const;
 
-  // Signals. A slot may edit (what it does becomes a transaction of its own, which ends when the emission is over),
-  // connect, drop connections and throw: every slot is called, then the first exception passes. A slot that edits
-  // each time it is called keeps the transaction from ending.
+  // Signals. A slot may edit (what the slots of one emission do becomes a transaction, which ends when the emission
+  // is over), connect, drop connections and throw: every slot is called, then the first exception passes. A slot that
+  // edits each time it is called keeps the transaction from ending.
 
   /// Before listeners of `connectProjectChange`, with the same record.
   Connection connectProjectChangePre(ChangeSlot slot);

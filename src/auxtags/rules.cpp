@@ -25,10 +25,12 @@ DataRegex<Target>& Rules<Target>::insert(DataRegex<Target> rule) {
 
 template <class Target>
 DataRegex<Target>& Rules<Target>::add(std::string const& expression, Target const& target) {
-  DataRegex<Target> rule{store_.assignUid()};
+  DataRegex<Target> rule;
   rule.expression = expression;
+  rule.compiled = compileWildcard(expression);
   rule.target = target;
-  return insert(std::move(rule));
+  rule.id = store_.assignUid();
+  return create(store_, sink_, std::move(rule));
 }
 
 template <class Target>

@@ -44,7 +44,7 @@ Lines operator+(Lines first, Lines const& second) {
 
 TEST_F(Transactions, TheEndOfTheOutermostEndsThem) {
   std::optional outer{project_->startTransaction()};
-  std::optional copy{*outer};
+  std::optional copy{outer};
   project_->startTransaction(7);
   {
     auto inner = project_->startTransaction();
@@ -66,7 +66,7 @@ TEST_F(Transactions, ACommittedOneHoldsNothing) {
   auto transaction = project_->startTransaction();
   auto other = project_->startTransaction();
   transaction.commit();
-  EXPECT_EQ(refusalOf([&] { Transaction const copy{transaction}; }), committed);
+  EXPECT_EQ(refusalOf([&] { return Transaction{transaction}; }), committed);
   EXPECT_EQ(refusalOf([&] { other = transaction; }), committed);
   EXPECT_EQ(refusalOf([&] { transaction->setFriendlyName("a"); }), committed);
   EXPECT_EQ(project_->transactionDepth(), 1u);

@@ -1,4 +1,4 @@
-#include "session.h"
+#include "desk.h"
 
 #include "csv/csv_reader.h"
 #include "csv/csv_writer.h"
@@ -22,15 +22,14 @@ std::string without(std::string text, char c) {
 }
 
 /// Two cases, and a variable of each type.
-void makeSmall(Session& session, std::string const& file = "p.casebook") {
-  Result const result =
-      session.import(file, "Case ID,Name,Mass,Ring\n7,Ada,3750.5,1\n9,,,\n", {"--type", "Ring=integer"});
+void makeSmall(Desk& desk, std::string const& file = "p.casebook") {
+  Result const result = desk.import(file, "Case ID,Name,Mass,Ring\n7,Ada,3750.5,1\n9,,,\n", {"--type", "Ring=integer"});
   ASSERT_EQ(result.code, 0) << result.err;
 }
 
 TEST(Import, GivesPenguinsBackCellForCell) {
-  Session session;
-  Result const imported = session.import("p.casebook", penguins);
+  Desk desk;
+  Result const imported = desk.import("p.casebook", penguins);
   EXPECT_EQ(imported.code, 0);
   EXPECT_EQ(imported.err, "");
   EXPECT_EQ(linesOf(imported.out).front(), "Imported 344 cases from table.csv.");
@@ -39,17 +38,17 @@ TEST(Import, GivesPenguinsBackCellForCell) {
   std::size_t caseId = 0;
   for (std::string const& line : linesOf(without(penguins, '\r')))
     expected += (caseId == 0 ? "Case ID" : std::to_string(caseId)) + "," + line + "\n", ++caseId;
-  EXPECT_EQ(session.done({"export", "p.casebook", "--csv"}), expected);
+  EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}), expected);
 
-  auto const json = nlohmann::json::parse(session.done({"export", "p.casebook", "--json"}));
+  auto const json = nlohmann::json::parse(desk.done({"export", "p.casebook", "--json"}));
   EXPECT_EQ(json.at("variables").at(3).at("type"), "number");
   EXPECT_EQ(json.at("cases").size(), 344U);
   EXPECT_EQ(json.at("cases").at(3), nlohmann::json::parse(R"([4,"Adelie","Torgersen",null,null,null,null,""])"));
 
-  Result const again = session.import("q.casebook", session.done({"export", "p.casebook", "--csv", "--crlf"}));
+  Result const again = desk.import("q.casebook", desk.done({"export", "p.casebook", "--csv", "--crlf"}));
   EXPECT_EQ(again.code, 0);
-  EXPECT_EQ(session.done({"export", "q.casebook", "--csv"}), expected);
-  EXPECT_EQ(linesOf(session.done({"log", "q.casebook"})).size(), 1U);
+  EXPECT_EQ(desk.done({"export", "q.casebook", "--csv"}), expected);
+  EXPECT_EQ(linesOf(desk.done({"log", "q.casebook"})).size(), 1U);
 }
 
 rc::Gen<std::string> anyCell() {
@@ -66,7 +65,7 @@ bool same(std::string_view a, std::string_view b) {
 }
 
 RC_GTEST_PROP(Import, OfAnyTableIsExportedAsItWas, ()) {
-  Session session;
+  Desk desk;
   auto const columns = *rc::gen::inRange<std::size_t>(1, 4);
   auto const rows = *rc::gen::container<std::vector<std::vector<std::string>>>(
       rc::gen::container<std::vector<std::string>>(columns, anyCell()));
@@ -78,13 +77,13 @@ RC_GTEST_PROP(Import, OfAnyTableIsExportedAsItWas, ()) {
     for (auto const& cell : row) writer.field(cell);
     writer.endRow();
   }
-  RC_ASSERT(session.import("p.casebook", text.str(), {"--encoding", "bytes"}).code == 0);
-  std::string const exported = session.done({"export", "p.casebook", "--csv"});
+  RC_ASSERT(desk.import("p.casebook", text.str(), {"--encoding", "bytes"}).code == 0);
+  std::string const exported = desk.done({"export", "p.casebook", "--csv"});
   CsvTable const table = CsvTable::parse(exported, ',');
   RC_ASSERT(table.rows() == rows.size());
   for (std::size_t row = 0; row < rows.size(); ++row)
     for (std::size_t i = 0; i < columns; ++i) RC_ASSERT(same(table.cell(row, i + 1).text, rows[row][i]));
-  RC_ASSERT(nlohmann::json::parse(session.done({"export", "p.casebook", "--json"})).at("cases").size() == rows.size());
+  RC_ASSERT(nlohmann::json::parse(desk.done({"export", "p.casebook", "--json"})).at("cases").size() == rows.size());
 }
 
 TEST(Import, TakesBuiltInColumnsAndWishes) {
@@ -123,11 +122,11 @@ TEST(Import, TakesBuiltInColumnsAndWishes) {
       {"x,y\n", {}, "Case ID,x,y\n", ""},
       {"\xef\xbb\xbfx\r\n1\r\n", {}, "Case ID,x\n1,1\n", ""}};
   for (Case const& c : cases) {
-    Session session;
-    Result const result = session.import("p.casebook", c.table, c.options);
+    Desk desk;
+    Result const result = desk.import("p.casebook", c.table, c.options);
     EXPECT_EQ(result.code, 0) << c.table;
     EXPECT_EQ(result.err, c.hint) << c.table;
-    EXPECT_EQ(session.done({"export", "p.casebook", "--csv"}), c.exported);
+    EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}), c.exported);
   }
 }
 
@@ -190,37 +189,37 @@ TEST(Import, IsRefusedWithEveryPlaceAndLeavesTheProjectAsItWas) {
        2,
        "casebook: --separator \"ab\": This is one ASCII character, neither a quote nor a line break.\n"}};
   for (Case const& c : cases) {
-    Session session;
-    Result const result = session.import("p.casebook", c.table, c.options);
+    Desk desk;
+    Result const result = desk.import("p.casebook", c.table, c.options);
     EXPECT_EQ(result.code, c.code) << c.table;
     EXPECT_EQ(result.err, c.err);
-    EXPECT_EQ(session.done({"export", "p.casebook", "--csv"}), "Case ID\n");
-    EXPECT_EQ(session.done({"log", "p.casebook"}), "");
+    EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}), "Case ID\n");
+    EXPECT_EQ(desk.done({"log", "p.casebook"}), "");
   }
 }
 
 TEST(Import, OfManyWrongCellsNamesTheFirstAndCountsTheOthers) {
-  Session session;
+  Desk desk;
   std::string table = "Case ID\n";
   for (int i = 0; i < 20000; ++i) table += "5\n";
-  auto const lines = linesOf(session.import("p.casebook", table).err);
+  auto const lines = linesOf(desk.import("p.casebook", table).err);
   ASSERT_EQ(lines.size(), 10U);
   EXPECT_EQ(lines[7], "casebook: table.csv:10:1: \"Case ID\" 5 stands on line 2 already.");
   EXPECT_EQ(lines[8], "casebook: table.csv: 19991 more like these.");
 }
 
 TEST(Import, MeetsVariablesThatAreThereAndRefusesCases) {
-  Session session;
-  session.done({"create", "p.casebook"});
-  session.done({"add-variable", "p.casebook", "Ring", "--type", "integer", "--default", "5"});
+  Desk desk;
+  desk.done({"create", "p.casebook"});
+  desk.done({"add-variable", "p.casebook", "Ring", "--type", "integer", "--default", "5"});
   write("t.csv", "Sex,Ring\nMALE,7\n,\n");
-  EXPECT_EQ(session.run({"import", "p.casebook", "-", "--independent", "Sex"}, "Ring\n1\n").err,
+  EXPECT_EQ(desk.run({"import", "p.casebook", "-", "--independent", "Sex"}, "Ring\n1\n").err,
             "casebook: --independent \"Sex\": The table has no such column. There are \"Ring\".\n");
-  EXPECT_EQ(session.run({"import", "p.casebook", "-"}, "Ring\nx\n").err,
+  EXPECT_EQ(desk.run({"import", "p.casebook", "-"}, "Ring\nx\n").err,
             "casebook: stdin:2:1: \"Ring\" \"x\" is not a whole number from 0 to 4294967295.\n");
-  session.done({"import", "p.casebook", "t.csv", "--independent", "Sex"});
-  EXPECT_EQ(session.done({"export", "p.casebook", "--csv"}), "Case ID,Ring,Sex\n1,7,MALE\n2,,\n");
-  Result const again = session.run({"import", "p.casebook", "t.csv"});
+  desk.done({"import", "p.casebook", "t.csv", "--independent", "Sex"});
+  EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}), "Case ID,Ring,Sex\n1,7,MALE\n2,,\n");
+  Result const again = desk.run({"import", "p.casebook", "t.csv"});
   EXPECT_EQ(again.code, 1);
   EXPECT_EQ(again.err, "casebook: p.casebook holds 2 cases already; import fills a project that has none.\n");
 }
@@ -301,23 +300,23 @@ TEST(Edits, SayWhatTheyDidAndAreLogged) {
        {"project name: \"\" -> \"Study\"", "project root: \"\" -> \"/data\""}},
       {{"info", "--name", "Study"}, "Nothing to change.\n", "", {}}};
 
-  Session session;
-  makeSmall(session);
+  Desk desk;
+  makeSmall(desk);
   std::size_t transactions = 1;
   for (Step const& step : steps) {
     auto arguments = step.arguments;
     arguments.insert(arguments.begin() + 1, "p.casebook");
-    EXPECT_EQ(session.done(arguments), step.out);
+    EXPECT_EQ(desk.done(arguments), step.out);
     if (step.label.empty()) continue;
-    auto const log = nlohmann::json::parse(session.done({"log", "p.casebook", "--json", "--commands", "--last", "1"}));
+    auto const log = nlohmann::json::parse(desk.done({"log", "p.casebook", "--json", "--commands", "--last", "1"}));
     auto const& entry = log.at("transactions").at(0);
     EXPECT_EQ(entry.at("sequence"), ++transactions);
     EXPECT_EQ(entry.at("label"), step.label);
     EXPECT_EQ(entry.at("changes").get<std::vector<std::string>>(), step.words);
     EXPECT_EQ(entry.at("commands"), step.words.size());
   }
-  EXPECT_EQ(linesOf(session.done({"log", "p.casebook"})).size(), transactions);
-  EXPECT_EQ(session.done({"export", "p.casebook", "--csv"}),
+  EXPECT_EQ(linesOf(desk.done({"log", "p.casebook"})).size(), transactions);
+  EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}),
             "Case ID,Name,Mass,Ring,Case Status,Years\n7,,-5,1,Active,1.5\n4294967295,,,,Inactive,1.5\n"
             "1,,,,Active,1.5\n2,a=b,,,Inactive,1.5\n80,,,,Active,1.5\n");
 }
@@ -402,14 +401,14 @@ TEST(Commands, AreRefusedWithReasonAndExitCode) {
        2,
        "casebook: There is no command \"exprt\". Did you mean \"export\"?\nhint: casebook --help lists the "
        "commands.\n"}};
-  Session session;
-  makeSmall(session);
+  Desk desk;
+  makeSmall(desk);
   std::filesystem::create_symlink("p.casebook", "link");
   std::filesystem::create_hard_link("p.casebook", "hard");
   std::filesystem::create_directory("folder");
   std::string const before = contentOf("p.casebook");
   for (Case const& c : cases) {
-    Result const result = session.run(c.arguments);
+    Result const result = desk.run(c.arguments);
     EXPECT_EQ(result.code, c.code) << c.err;
     EXPECT_EQ(result.err, c.err);
     EXPECT_EQ(result.out, "");
@@ -418,22 +417,22 @@ TEST(Commands, AreRefusedWithReasonAndExitCode) {
 }
 
 TEST(Show, PrintsAPartAndSaysHowMuchItIs) {
-  Session session;
-  makeSmall(session);
-  EXPECT_EQ(session.done({"show", "p.casebook", "--limit", "1", "--column", "Mass", "--column", "Name"}),
+  Desk desk;
+  makeSmall(desk);
+  EXPECT_EQ(desk.done({"show", "p.casebook", "--limit", "1", "--column", "Mass", "--column", "Name"}),
             "Case ID    Mass  Name\n      7  3750.5  Ada\n\n1 of 2 cases.\n");
-  EXPECT_EQ(session.done({"show", "p.casebook"}),
+  EXPECT_EQ(desk.done({"show", "p.casebook"}),
             "Case ID  Name    Mass  Ring\n      7  Ada   3750.5     1\n      9             ·     ·\n\n2 of 2 cases.\n");
-  session.width = 15;
-  EXPECT_EQ(session.done({"show", "p.casebook"}),
+  desk.width = 15;
+  EXPECT_EQ(desk.done({"show", "p.casebook"}),
             "Case ID  Name\n      7  Ada\n      9\n\n2 of 2 cases, 2 of 4 variables; --column NAME chooses others.\n");
 }
 
 TEST(Info, TellsWhatThereIs) {
-  Session session;
-  makeSmall(session);
-  session.done({"info", "p.casebook", "--description", "Two birds"});
-  auto lines = linesOf(session.done({"info", "p.casebook"}));
+  Desk desk;
+  makeSmall(desk);
+  desk.done({"info", "p.casebook", "--description", "Two birds"});
+  auto lines = linesOf(desk.done({"info", "p.casebook"}));
   ASSERT_GT(lines.size(), 2U);
   EXPECT_EQ(lines[1].substr(0, 14), "Identity      ");
   EXPECT_EQ(lines[1].size(), 14U + 32);
@@ -447,29 +446,29 @@ TEST(Info, TellsWhatThereIs) {
 }
 
 TEST(Export, ReplacesAFileOnlyByAWholeOne) {
-  Session session;
-  makeSmall(session);
+  Desk desk;
+  makeSmall(desk);
   write("real.csv", "old");
   std::filesystem::permissions("real.csv", std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   std::filesystem::create_symlink("real.csv", "out.csv");
-  EXPECT_EQ(session.done({"export", "p.casebook", "--csv", "-o", "out.csv"}), "");
+  EXPECT_EQ(desk.done({"export", "p.casebook", "--csv", "-o", "out.csv"}), "");
   EXPECT_TRUE(std::filesystem::is_symlink("out.csv"));
-  EXPECT_EQ(contentOf("real.csv"), session.done({"export", "p.casebook", "--csv"}));
+  EXPECT_EQ(contentOf("real.csv"), desk.done({"export", "p.casebook", "--csv"}));
   EXPECT_EQ(std::filesystem::status("real.csv").permissions(),
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
-  EXPECT_EQ(session.run({"export", "p.casebook", "--csv", "-o", "/dev/full"}).err,
+  EXPECT_EQ(desk.run({"export", "p.casebook", "--csv", "-o", "/dev/full"}).err,
             "casebook: /dev/full: Cannot be written: No space left on device.\n");
   std::size_t const names = static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator{"."}, {}));
   EXPECT_EQ(names, 4U) << "p.casebook, table.csv, real.csv, out.csv";
 }
 
 TEST(Damage, IsRefusedAndWhatStandsBeforeItIsGivenOut) {
-  Session session;
-  makeSmall(session);
-  std::string const table = session.done({"export", "p.casebook", "--csv"});
+  Desk desk;
+  makeSmall(desk);
+  std::string const table = desk.done({"export", "p.casebook", "--csv"});
   std::size_t const offset = std::filesystem::file_size("p.casebook");
-  session.done({"set", "p.casebook", "7", "Name", "Eve"});
-  session.done({"set", "p.casebook", "7", "Name", "Zoe"});
+  desk.done({"set", "p.casebook", "7", "Name", "Eve"});
+  desk.done({"set", "p.casebook", "7", "Name", "Zoe"});
   std::string bytes = contentOf("p.casebook");
   write("cut.casebook", bytes.substr(0, bytes.size() - 3));
   bytes[offset + 70] ^= 1;
@@ -480,18 +479,18 @@ TEST(Damage, IsRefusedAndWhatStandsBeforeItIsGivenOut) {
                                                     {"export", "bad.casebook", "--csv"},
                                                     {"log", "bad.casebook"},
                                                     {"set", "bad.casebook", "7", "Name", "x"}}) {
-    Result const refused = session.run(arguments);
+    Result const refused = desk.run(arguments);
     EXPECT_EQ(refused.code, 1);
     EXPECT_EQ(refused.err.find("casebook: " + place), 0U) << refused.err;
     EXPECT_EQ(refused.out, "");
   }
-  Result const rescued = session.run({"export", "bad.casebook", "--csv", "--until-damage"});
+  Result const rescued = desk.run({"export", "bad.casebook", "--csv", "--until-damage"});
   EXPECT_EQ(rescued.code, 3);
   EXPECT_EQ(rescued.err.find("warning: " + place), 0U) << rescued.err;
   EXPECT_EQ(rescued.out, table);
   EXPECT_EQ(contentOf("bad.casebook"), bytes);
 
-  Result const cut = session.run({"show", "cut.casebook", "--column", "Name", "--limit", "1"});
+  Result const cut = desk.run({"show", "cut.casebook", "--column", "Name", "--limit", "1"});
   EXPECT_EQ(cut.code, 0);
   EXPECT_EQ(cut.err.find("warning: cut.casebook: The last write was cut off: "), 0U) << cut.err;
   EXPECT_EQ(cut.out, "Case ID  Name\n      7  Eve\n\n1 of 2 cases.\n");
@@ -504,12 +503,12 @@ TEST(Commands, DoNotAskTheLocale) {
     std::string do_grouping() const override { return "\1"; }
   };
   std::locale const before = std::locale::global(std::locale{std::locale{}, new Commas});
-  Session session;
-  session.import("p.casebook", "Case ID,x,y\n1234567,1234.5,\"1,5\"\n");
-  std::string const csv = session.done({"export", "p.casebook", "--csv"});
-  std::string const json = session.done({"export", "p.casebook", "--json"});
-  std::string const shown = session.done({"show", "p.casebook", "--limit", "1000"});
-  std::string const log = session.done({"log", "p.casebook", "--json"});
+  Desk desk;
+  desk.import("p.casebook", "Case ID,x,y\n1234567,1234.5,\"1,5\"\n");
+  std::string const csv = desk.done({"export", "p.casebook", "--csv"});
+  std::string const json = desk.done({"export", "p.casebook", "--json"});
+  std::string const shown = desk.done({"show", "p.casebook", "--limit", "1000"});
+  std::string const log = desk.done({"log", "p.casebook", "--json"});
   std::locale::global(before);
   EXPECT_EQ(csv, "Case ID,x,y\n1234567,1234.5,\"1,5\"\n");
   EXPECT_EQ(nlohmann::json::parse(json).at("cases").at(0), nlohmann::json::parse(R"([1234567, 1234.5, "1,5"])"));
@@ -518,16 +517,16 @@ TEST(Commands, DoNotAskTheLocale) {
 }
 
 TEST(Help, IsThereForEveryCommand) {
-  Session session;
-  std::string const help = session.done({"--help"});
-  EXPECT_EQ(session.done({"help"}), help);
+  Desk desk;
+  std::string const help = desk.done({"--help"});
+  EXPECT_EQ(desk.done({"help"}), help);
   for (std::string const& line : linesOf(help)) {
     if (!line.starts_with("  ") || line.find_first_of("0123456789") == 2) continue;
     std::string const name = line.substr(2, line.find(' ', 2) - 2);
-    EXPECT_NE(session.done({name, "--help"}).find("Usage: casebook " + name), std::string::npos) << name;
+    EXPECT_NE(desk.done({name, "--help"}).find("Usage: casebook " + name), std::string::npos) << name;
   }
-  EXPECT_EQ(session.run({}).code, 2);
-  EXPECT_EQ(session.run({}).err, help);
+  EXPECT_EQ(desk.run({}).code, 2);
+  EXPECT_EQ(desk.run({}).err, help);
 }
 
 }  // namespace

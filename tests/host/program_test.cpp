@@ -1,4 +1,4 @@
-#include "session.h"
+#include "desk.h"
 
 #include <cstdlib>
 
@@ -22,7 +22,7 @@ TEST(Program, MeetsShellPipesAndFullDisks) {
     int code;
     std::string out, err;
   };
-  Session session;
+  Desk desk;
   write("t.csv", "x,y\n1.5,a\n,\n");
   std::vector<Case> const cases{
       {"casebook create p.casebook && casebook import p.casebook - < t.csv | head -n 1", 0,

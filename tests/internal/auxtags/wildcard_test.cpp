@@ -10,8 +10,8 @@ namespace {
 std::string replaceInTurn(std::string text) {
   std::vector<std::pair<char, std::string>> replacements;
   for (char const c : std::string_view{"\\^.$|()[]+/{}"}) replacements.push_back({c, {'\\', c}});
-  replacements.push_back({'?', "."});
-  replacements.push_back({'*', ".*"});
+  replacements.emplace_back('?', ".");
+  replacements.emplace_back('*', ".*");
   for (auto const& [from, to] : replacements) {
     std::string replaced;
     for (char const c : text) replaced += c == from ? to : std::string{c};

@@ -109,8 +109,8 @@ TYPED_TEST(Handles, AssignmentThatFailsChangesNothing) {
   u64 const uid = this->first_;
   auto const gone = [] { return Handle{99, NoLockRequired{}}; };
   std::pair<Handle, char const*> rows[] = {{this->lock(uid), cannotCopy}, {Handle{0, NoLockRequired{}}, cannotUnlock}};
-  for (auto& [target, refusal] : rows) {
-    EXPECT_EQ(refusalOf([&] { target = gone(); }), refusal);
+  for (auto& row : rows) {
+    EXPECT_EQ(refusalOf([&] { row.first = gone(); }), row.second);
     EXPECT_EQ(this->lockCount(uid), 1u);
   }
   // A target whose entity was reset away, and another has its UID: no count to give up, and none to give back.
@@ -132,7 +132,7 @@ TYPED_TEST(Handles, OutliveTheirEntityAndTheirProject) {
   {
     auto const beyondReset = handles();
     p.resetProject();
-    EXPECT_EQ(refusalOf([&] { auto const copy{beyondReset[0]}; }), cannotCopy);
+    EXPECT_EQ(refusalOf([&] { return std::vector{beyondReset[0]}; }), cannotCopy);
   }
   addSecond(p);
   {

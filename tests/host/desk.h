@@ -32,15 +32,15 @@ inline void write(std::filesystem::path const& path, std::string const& content)
 }
 
 /// A folder of its own, in which commands are run as the program runs them.
-class Session {
+class Desk {
  public:
-  Session() : before_{std::filesystem::current_path()} {
+  Desk() : before_{std::filesystem::current_path()} {
     std::string name = std::filesystem::temp_directory_path() / "casebook-XXXXXX";
     folder_ = ::mkdtemp(name.data());
     std::filesystem::current_path(folder_);
   }
-  Session(Session const&) = delete;
-  ~Session() {
+  Desk(Desk const&) = delete;
+  ~Desk() {
     std::filesystem::current_path(before_);
     std::filesystem::remove_all(folder_);
   }
