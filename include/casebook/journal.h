@@ -71,6 +71,12 @@ class CASEBOOK_EXPORT Transaction {
   u64 offset_;
 };
 
+/// The state of a whole project; see Project::checkpoint.
+struct Checkpoint {
+  std::vector<unsigned char> block;  ///< finalized
+  u64 nextUid = 0;                   ///< what the UID counter stands at
+};
+
 /// A field of a command's payload, in the order in which it is stored. A number is an identifier, a count of rows or
 /// an enumeration; what it is follows from the name.
 struct Field {

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <set>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,6 +25,7 @@ namespace casebook {
 namespace Journal {
 class Transaction;
 class TransactionWriter;
+struct Checkpoint;
 enum class Direction : std::uint32_t;
 }  // namespace Journal
 
@@ -33,7 +35,7 @@ class Record;
 class TagGroup;
 class Variable;
 template <class Target>
-class CASEBOOK_EXPORT Regex;
+class CASEBOOK_EXPORT Regex;  // clang takes a template's visibility from its first declaration
 
 struct Components;
 struct ColumnInfo;
@@ -318,6 +320,19 @@ class CASEBOOK_EXPORT Project {
   /// wrong with a command that does not fit the table; commands replayed before stay applied. Within a slot it
   /// throws as `resetProject` does.
   virtual void processJournalTransaction(Journal::Transaction const& block, Direction direction);
+
+  /// The state as one block of ordinary commands, which `restore` takes. Throws
+  /// ("A checkpoint needs all transactions to be closed.", true) otherwise.
+  [[nodiscard]] virtual Journal::Checkpoint checkpoint() const;
+
+  /// Takes a project as constructed or reset to the state to which replaying the blocks forwards leads, each in a
+  /// transaction of its own: nothing is journalled or signalled, and what follows from the cells is computed once.
+  /// The UID counter becomes at least `nextUid`. Does not ask for the CRCs.
+  ///
+  /// Throws ("Only a new project can be restored.", true) for any other project, one with an open transaction, and
+  /// within a slot; and ("Block <number> cannot be restored: <why>", true), counted from 1, for a block that does not
+  /// fit, which leaves the project as reset.
+  virtual void restore(std::span<Journal::Transaction const> blocks, u64 nextUid);
 
   // The whole project
 

@@ -37,7 +37,6 @@ DataAuxFile& AuxFiles::insert(DataAuxFile file) {
   reserveOneMore(record.auxFiles);
   auto& inserted = create(store_, sink_, std::move(file));
   record.auxFiles.insert(std::ranges::upper_bound(record.auxFiles, inserted.id), inserted.id);
-  store_.raiseUid(inserted.id);
   return inserted;
 }
 

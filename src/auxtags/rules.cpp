@@ -18,9 +18,7 @@ constexpr std::uint32_t expressionCode(DataPathRegex const&) { return Journal::P
 template <class Target>
 DataRegex<Target>& Rules<Target>::insert(DataRegex<Target> rule) {
   rule.compiled = compileWildcard(rule.expression);
-  auto& inserted = create(store_, sink_, std::move(rule));
-  store_.raiseUid(inserted.id);
-  return inserted;
+  return create(store_, sink_, std::move(rule));
 }
 
 template <class Target>

@@ -28,9 +28,7 @@ void TagGroups::refuseTakenName(std::string const& name) const {
 }
 
 DataTagGroup& TagGroups::insert(DataTagGroup group) {
-  auto& inserted = create(store_, sink_, std::move(group));
-  store_.raiseUid(inserted.id);
-  return inserted;
+  return create(store_, sink_, std::move(group));
 }
 
 DataTagGroup& TagGroups::add(std::string const& name) {

@@ -5,10 +5,15 @@
 
 namespace casebook {
 
-/// Makes sure that one more element fits without an allocation; grows like push_back.
+/// Makes room for `size` elements without further allocations; grows as push_back does.
+template <class T>
+void reserveFor(std::vector<T>& list, std::size_t size) {
+  if (size > list.capacity()) list.reserve(std::max({std::size_t{8}, 2 * list.size(), size}));
+}
+
 template <class T>
 void reserveOneMore(std::vector<T>& list) {
-  if (list.size() == list.capacity()) list.reserve(std::max<std::size_t>(8, 2 * list.size()));
+  reserveFor(list, list.size() + 1);
 }
 
 }  // namespace casebook

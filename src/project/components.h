@@ -23,8 +23,18 @@ struct Components {
   TagGroups tagGroups{store, recorder};
   VariableRules variableRules{store, recorder};
   PathRules pathRules{store, recorder};
-  Replay replay{store, recorder, table, auxFiles, tagGroups, variableRules, pathRules};
-  TransactionEnd transactions{log, recorder, signals, caseIndex};
+  Deletion deletion{store, recorder, log, table};
+  Replay replay{store, recorder, table, auxFiles, tagGroups, variableRules, pathRules, deletion};
+  TransactionEnd transactions{store, log, recorder, signals, caseIndex, deletion};
+
+  /// Back to the state of a new project; the depth of transactions and the slots stay.
+  void restart() {
+    table.restart();
+    deletion.clear();
+    log.clear();
+    recorder.block().restart();
+    caseIndex.clear();
+  }
 
   Components() = default;
   Components(Components const&) = delete;

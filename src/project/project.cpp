@@ -5,6 +5,8 @@
 #include <casebook/journal.h>
 
 #include "project/components.h"
+#include "replay/checkpoint.h"
+#include "replay/restore.h"
 #include "store/locks.h"
 #include "store/property.h"
 
@@ -64,11 +66,27 @@ void Project::processJournalTransaction(Journal::Transaction const& block, Direc
 
 void Project::resetProject() {
   refuseInSlot(components_->signals);
-  components_->table.restart();
-  components_->log.clear();
-  components_->recorder.block().restart();
-  components_->caseIndex.clear();
+  components_->restart();
   components_->transactions.emitReset();
+}
+
+Journal::Checkpoint Project::checkpoint() const {
+  if (components_->transactions.depth() != 0)
+    throw varnel::ExceptionBase{"A checkpoint needs all transactions to be closed.", true};
+  return makeCheckpoint(components_->store);
+}
+
+void Project::restore(std::span<Journal::Transaction const> blocks, u64 nextUid) {
+  auto& parts = *components_;
+  bool const isNew = isFresh(parts.store) && parts.log.empty();
+  if (!isNew || parts.transactions.depth() != 0 || parts.signals.emitting())
+    throw varnel::ExceptionBase{"Only a new project can be restored.", true};
+  try {
+    restoreBlocks(parts.store, parts.recorder, parts.replay, blocks, nextUid);
+  } catch (...) {
+    parts.restart();
+    throw;
+  }
 }
 
 void Project::clearEntireProjectWithoutSignal() {

@@ -118,7 +118,7 @@ std::set<u64> Project::variableCaseIDs(u64, Variant const&) { refuseUnavailable(
 u64 Project::variableNumNullValues(u64) const { refuseUnavailable("variableNumNullValues"); }
 std::pair<double, double> Project::variableRange(u64) { refuseUnavailable("variableRange"); }
 
-void Project::eraseRecord(u64) { refuseUnavailable("eraseRecord"); }
-void Project::eraseVariable(u64) { refuseUnavailable("eraseVariable"); }
+void Project::eraseRecord(u64 record) { components_->deletion.request<DataRecord>(record); }
+void Project::eraseVariable(u64 variable) { components_->deletion.request<DataVariable>(variable); }
 
 }  // namespace casebook

@@ -51,7 +51,7 @@ std::vector<std::string> Project::auxFileTags(u64) { refuseUnavailable("auxFileT
 bool Project::auxFileHasImageExtension(u64) const { refuseUnavailable("auxFileHasImageExtension"); }
 bool Project::auxFileHas3DXExtension(u64) const { refuseUnavailable("auxFileHas3DXExtension"); }
 bool Project::auxFileHasTag(u64, std::string const&) const { refuseUnavailable("auxFileHasTag"); }
-void Project::eraseAuxFile(u64) { refuseUnavailable("eraseAuxFile"); }
+void Project::eraseAuxFile(u64 auxFile) { components_->deletion.request<DataAuxFile>(auxFile); }
 
 WeakPtr<TagGroup> Project::addTagGroup(std::string const& name) {
   return WeakPtr<TagGroup>{components_->tagGroups.add(name).id};
@@ -72,7 +72,7 @@ void Project::removeTag(u64 tagGroup, std::string const& tag) { components_->tag
 std::set<std::string> Project::tags() { refuseUnavailable("tags"); }
 std::vector<std::string> Project::imageTags() { refuseUnavailable("imageTags"); }
 void Project::removeTags(std::set<std::string> const&) { refuseUnavailable("removeTags"); }
-void Project::eraseTagGroup(u64) { refuseUnavailable("eraseTagGroup"); }
+void Project::eraseTagGroup(u64 tagGroup) { components_->deletion.request<DataTagGroup>(tagGroup); }
 
 WeakPtr<Regex<Variable>> Project::addVariableRegex(std::string const& expression, Variable const& target) {
   u64 const variable = components_->store.variables.at(target.getWeakPtr().id()).id;
@@ -90,7 +90,7 @@ void Project::setVariableRegexExpression(u64 rule, std::string const& expression
 void Project::setVariableRegexTarget(u64 rule, u64 variable) {
   components_->variableRules.setTarget(rule, components_->store.variables.at(variable).id);
 }
-void Project::eraseVariableRegex(u64) { refuseUnavailable("eraseVariableRegex"); }
+void Project::eraseVariableRegex(u64 rule) { components_->deletion.request<DataVariableRegex>(rule); }
 
 WeakPtr<Regex<std::string>> Project::addPathRegex(std::string const& expression, std::string const& target) {
   return WeakPtr<Regex<std::string>>{components_->pathRules.add(expression, target).id};
@@ -101,7 +101,7 @@ void Project::setPathRegexExpression(u64 rule, std::string const& expression) {
   components_->pathRules.setExpression(rule, expression);
 }
 void Project::setPathRegexTarget(u64 rule, std::string const& tag) { components_->pathRules.setTarget(rule, tag); }
-void Project::erasePathRegex(u64) { refuseUnavailable("erasePathRegex"); }
+void Project::erasePathRegex(u64 rule) { components_->deletion.request<DataPathRegex>(rule); }
 
 void Project::merge(MergeInfo, boost::shared_ptr<AuxFileCollectionInterface const> const&) {
   refuseUnavailable("merge");

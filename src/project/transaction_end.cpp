@@ -26,7 +26,7 @@ void TransactionEnd::closeLevel() {
 }
 
 bool TransactionEnd::waiting() const noexcept {
-  return depth_ == 0 && (ended_ || !log_.empty() || recorder_.block().hasCommands());
+  return depth_ == 0 && (ended_ || !log_.empty() || deletion_.waiting() || recorder_.block().hasCommands());
 }
 
 void TransactionEnd::endWaiting() {
@@ -49,7 +49,7 @@ void TransactionEnd::emitReset() {
 void TransactionEnd::endOnce(FirstError& error) {
   ended_ = false;
   bool completed = error.guard([this] {
-    performDelayedErasures();
+    deletion_.performDelayedErasures();
     updateCalculatedValues();
     updateTagGroups();
   });
@@ -61,6 +61,7 @@ void TransactionEnd::endOnce(FirstError& error) {
 }
 
 ChangeLog TransactionEnd::setAside() noexcept {
+  store_.formerStatusVariables.clear();
   asideBlock_.swap(recorder_.block());
   return std::exchange(log_, {});
 }
@@ -94,8 +95,6 @@ void TransactionEnd::handOut() {
 void TransactionEnd::clearDerived() noexcept { caseIndex_.clear(); }
 
 // Steps of later versions, each in its place.
-
-void TransactionEnd::performDelayedErasures() {}
 
 void TransactionEnd::updateCalculatedValues() {}
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/case_index.h"
+#include "transactions/deletion.h"
 #include "transactions/recorder.h"
 
 namespace casebook {
@@ -17,8 +18,9 @@ namespace casebook {
 class TransactionEnd {
  public:
   /// All are borrowed.
-  TransactionEnd(ChangeLog& log, Recorder& recorder, Signals& signals, CaseIndex& caseIndex)
-      : log_{log}, recorder_{recorder}, signals_{signals}, caseIndex_{caseIndex} {}
+  TransactionEnd(Store& store, ChangeLog& log, Recorder& recorder, Signals& signals, CaseIndex& caseIndex,
+                 Deletion& deletion)
+      : store_{store}, log_{log}, recorder_{recorder}, signals_{signals}, caseIndex_{caseIndex}, deletion_{deletion} {}
 
   void openLevel() noexcept { ++depth_; }
   /// At depth 0 it wraps, and nothing ends.
@@ -38,16 +40,17 @@ class TransactionEnd {
   void emitTransactionSignals(ChangeLog const& done);
   void handOut();
 
-  void performDelayedErasures();
   void updateCalculatedValues();
   void updateTagGroups();
   void recomputeStatistics();
   void clearDerived() noexcept;
 
+  Store& store_;
   ChangeLog& log_;
   Recorder& recorder_;
   Signals& signals_;
   CaseIndex& caseIndex_;
+  Deletion& deletion_;
   OpenBlock asideBlock_;  // of the transaction that is ending, until it is handed out
   u64 depth_ = 0;
   bool ended_ = false;    // a level fell to 0 and its end has not begun

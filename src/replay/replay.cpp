@@ -1,8 +1,10 @@
 #include "replay/replay.h"
 
-#include "platform/unavailable.h"
+#include "platform/first_error.h"
 #include "store/property.h"
 #include "transactions/payload.h"
+
+#include <ranges>
 
 namespace casebook {
 
@@ -16,27 +18,35 @@ enum class CodeKind : std::uint32_t { Project = 1, Variable, Record, AuxFile, Va
 
 CodeKind kindOfCode(std::uint32_t code) { return static_cast<CodeKind>(code >> 12); }
 
+constexpr std::uint32_t withoutInverse(std::uint32_t code) { return code & ~std::uint32_t{Journal::Inverse}; }
+
+/// Commands that leave every column as it is, while rows of records are loose.
+bool leavesColumns(std::uint32_t code) {
+  return code == Journal::RecordCreated || code == Journal::RecordInserted || code == Journal::AuxFileCreated;
+}
+
 }  // namespace
 
 Replay::Replay(Store& store, ChangeSink& sink, Table& table, AuxFiles& auxFiles, TagGroups& tagGroups,
-               VariableRules& variableRules, PathRules& pathRules)
+               VariableRules& variableRules, PathRules& pathRules, Deletion& deletion)
     : store_{store},
       sink_{sink},
       table_{table},
       auxFiles_{auxFiles},
       tagGroups_{tagGroups},
       variableRules_{variableRules},
-      pathRules_{pathRules} {
+      pathRules_{pathRules},
+      deletion_{deletion} {
   storeCommandProcessors();
 }
 
 void Replay::storeCommandProcessors() {
   processors_ = {
       {Journal::VariableCreated, &Replay::processVariable},
-      {Journal::CellSet, &Replay::processSetValue},
-      {Journal::VariableMadeStatic, &Replay::processUnavailable},
+      {Journal::CellSet, &Replay::processSetValueCommand},
+      {Journal::VariableMadeStatic, &Replay::processSetVariableStaticCommand},
       {Journal::RecordCreated, &Replay::processRecord},
-      {Journal::RecordInserted, &Replay::processUnavailable},
+      {Journal::RecordInserted, &Replay::processRecordWithRow},
       {Journal::AuxFileCreated, &Replay::processAuxFile},
       {Journal::VariableRegexCreated, &Replay::processVariableRegex},
       {Journal::PathRegexCreated, &Replay::processPathRegex},
@@ -44,57 +54,105 @@ void Replay::storeCommandProcessors() {
   };
 }
 
+// Every column has a cell for each record when a host sees the table again, also after a refusal.
 void Replay::run(Journal::Transaction const& block, Journal::Direction direction) {
-  if (direction != Journal::Direction::Forwards) refuseUnavailable("Undo");
-  for (auto const& command : block.commands()) process(command, direction);
+  auto const commands = block.commands();
+  FirstError error;
+  error.guard([&] { walk(commands, direction != Journal::Direction::Forwards); });
+  table_.settleRows();
+  error.rethrow();
+  deletion_.performDelayedErasures();
 }
 
-void Replay::process(Journal::Command const& command, Journal::Direction direction) {
-  bool const backwards = direction != Journal::Direction::Forwards;
-  bool const stored = (command.code & Journal::Inverse) != 0;
+void Replay::walk(std::vector<Journal::Command> const& commands, bool backwards) {
+  if (backwards)
+    for (auto const& command : std::views::reverse(commands)) process(command, true);
+  else
+    for (auto const& command : commands) process(command, false);
+}
+
+void Replay::process(Journal::Command const& command, bool backwards) {
+  bool const inverseStored = (command.code & Journal::Inverse) != 0;
   UndoData data{{command.payload.data(), command.payload.size()},
-                backwards != stored,
-                command.code & ~std::uint32_t{Journal::Inverse}};
+                backwards != inverseStored,
+                withoutInverse(command.code)};
+  if (!leavesColumns(data.code)) table_.settleRows();
   auto const found = processors_.find(data.code);
-  (this->*(found == processors_.end() ? &Replay::processChangeItem : found->second))(data);
+  (this->*(found == processors_.end() ? &Replay::processChangeItemCommand : found->second))(data);
 }
 
-/// The entity of an insertion: its UID must be one that was handed out and is free.
+/// An entity that is to be inserted brings a UID that can have been handed out and that nothing holds.
 template <class Entity>
-Entity Replay::readNew(UndoData& data) const {
-  if (data.inverse) refuseUnavailable("The replay of an erasure");
+void Replay::requireFree(u64 uid) const {
+  if (uid == 0 || uid >= firstInvalidUid) refuse("A journal command holds an invalid identifier.");
+  if (store_.map<Entity>().find(uid)) refuse("A journal command inserts a data entity that is there already.");
+}
+
+template <class Entity>
+void Replay::remove(u64 uid) {
+  deletion_.removeNow(store_.map<Entity>().at(uid));
+}
+
+template <class Entity, class Owner>
+void Replay::insertOrRemove(UndoData& data, Owner& owner) {
   auto entity = readPayload<Entity>(data.reader);
-  if (entity.id == 0 || entity.id >= firstInvalidUid) refuse("A journal command holds an invalid identifier.");
-  if (store_.map<Entity>().find(entity.id)) refuse("A journal command inserts a data entity that is there already.");
-  return entity;
+  if (data.inverse) return remove<Entity>(entity.id);
+  requireFree<Entity>(entity.id);
+  owner.insert(std::move(entity));
 }
 
 void Replay::processVariable(UndoData& data) {
-  auto variable = readNew<DataVariable>(data);
+  auto variable = readPayload<DataVariable>(data.reader);
+  if (data.inverse) {
+    if (variable.id == store_.caseId->id) refuse("Cannot delete Case ID variable");
+    return remove<DataVariable>(variable.id);
+  }
+  requireFree<DataVariable>(variable.id);
   if (variable.values.size() != table_.rowCount()) refuse("A journal command holds a column of the wrong length.");
   table_.insertVariable(std::move(variable));
 }
 
-void Replay::processRecord(UndoData& data) { table_.insertRecord(readNew<DataRecord>(data).id); }
+void Replay::processRecord(UndoData& data) {
+  u64 const uid = readPayload<DataRecord>(data.reader).id;
+  if (data.inverse) return remove<DataRecord>(uid);
+  requireFree<DataRecord>(uid);
+  table_.insertRecord(uid, table_.newRow());
+}
 
-void Replay::processAuxFile(UndoData& data) { auxFiles_.insert(readNew<DataAuxFile>(data)); }
+void Replay::processRecordWithRow(UndoData& data) {
+  auto record = readPayload<RecordRowPayload>(data.reader);
+  if (data.inverse) return remove<DataRecord>(record.uid);
+  requireFree<DataRecord>(record.uid);
+  if (record.row.size() != store_.variables.size()) refuse("A journal command holds a row of the wrong length.");
+  table_.insertRecord(record.uid, std::move(record.row));
+}
 
-void Replay::processVariableRegex(UndoData& data) { variableRules_.insert(readNew<DataVariableRegex>(data)); }
+void Replay::processAuxFile(UndoData& data) { insertOrRemove<DataAuxFile>(data, auxFiles_); }
 
-void Replay::processPathRegex(UndoData& data) { pathRules_.insert(readNew<DataPathRegex>(data)); }
+void Replay::processVariableRegex(UndoData& data) { insertOrRemove<DataVariableRegex>(data, variableRules_); }
 
-void Replay::processTagGroup(UndoData& data) { tagGroups_.insert(readNew<DataTagGroup>(data)); }
+void Replay::processPathRegex(UndoData& data) { insertOrRemove<DataPathRegex>(data, pathRules_); }
 
-void Replay::processUnavailable(UndoData&) { refuseUnavailable("The replay of this journal command"); }
+void Replay::processTagGroup(UndoData& data) { insertOrRemove<DataTagGroup>(data, tagGroups_); }
 
-void Replay::processSetValue(UndoData& data) {
+void Replay::processSetValueCommand(UndoData& data) {
   auto const cell = readPayload<CellPayload>(data.reader);
   auto& variable = store_.variables.at(cell.variable);
   table_.setCell(variable, store_.records.at(cell.record), data.inverse ? cell.oldValue : cell.newValue);
 }
 
-void Replay::processChangeItem(UndoData& data) {
-  auto const applies = [&](ChangeItem const& item, Variant const& value) {
+void Replay::processSetVariableStaticCommand(UndoData& data) {
+  auto column = readPayload<StaticVariablePayload>(data.reader);
+  auto& variable = store_.variables.at(column.uid);
+  if (column.values.size() != table_.rowCount()) refuse("A journal command holds a column of the wrong length.");
+  if (data.inverse)
+    table_.makeCalculated(variable);
+  else
+    table_.makeStatic(variable, std::move(column.values));
+}
+
+void Replay::processChangeItemCommand(UndoData& data) {
+  auto const apply = [&](ChangeItem const& item, Variant const& value) {
     switch (kindOfCode(data.code)) {
       case CodeKind::Project: return setPropertyByCode(sink_, store_.texts, data.code, value);
       case CodeKind::Variable: return applyToVariable(item.uid, data.code, value);
@@ -111,19 +169,19 @@ void Replay::processChangeItem(UndoData& data) {
   };
   if (!Journal::isChangeItem(data.code)) refuseUnknownCommand();
   auto const item = readPayload<ChangeItem>(data.reader);
-  if (!applies(item, data.inverse ? item.oldValue : item.newValue)) refuseUnknownCommand();
+  if (!apply(item, data.inverse ? item.oldValue : item.newValue)) refuseUnknownCommand();
 }
 
 bool Replay::applyToVariable(u64 uid, std::uint32_t code, Variant const& value) {
   auto& variable = store_.variables.at(uid);
   if (code != Journal::VariableTypeSet) return setPropertyByCode(sink_, variable, code, value);
-  table_.setVariableType(variable, fromItemValue<VariableType>(value));
+  table_.replayVariableType(variable, fromItemValue<VariableType>(value));
   return true;
 }
 
 bool Replay::applyToRecord(u64 uid, std::uint32_t code, Variant const& value) {
   if (code != Journal::RecordStatusSet) return false;
-  if (!store_.caseStatus) refuse("A journal command sets a case status, and there is no Case Status variable.");
+  if (!store_.statusVariable) refuse("A journal command sets a case status, and there is no Case Status variable.");
   table_.setStatus(store_.records.at(uid), value);
   return true;
 }

@@ -7,19 +7,24 @@
 #include "auxtags/tag_groups.h"
 #include "serialization/number_format.h"
 #include "store/table.h"
+#include "transactions/deletion.h"
 
 #include <unordered_map>
 
 namespace casebook {
 
-/// Applies stored blocks to the table, command by command, below the tests that guard a host's call: it writes what
-/// the journal says. What it changes is recorded like any other change. A command that does not fit the table is
-/// refused before it changes anything.
+/// Applies stored blocks to the table, command by command, forwards or backwards.
+///
+/// 1. It writes what the journal says, below the tests that guard a host's call.
+/// 2. What it changes is recorded like any other change, so that the replay is a transaction that can be replayed.
+/// 3. A removal happens at its command's place in the walk; an insertion is recorded with all that it inserts.
+/// 4. Rows of records are closed and opened once for a run of commands on records and files.
+/// 5. A command that does not fit the table is refused before it changes anything.
 class Replay {
  public:
   /// All are borrowed.
   Replay(Store& store, ChangeSink& sink, Table& table, AuxFiles& auxFiles, TagGroups& tagGroups,
-         VariableRules& variableRules, PathRules& pathRules);
+         VariableRules& variableRules, PathRules& pathRules, Deletion& deletion);
 
   void run(Journal::Transaction const& block, Journal::Direction direction);
 
@@ -33,17 +38,19 @@ class Replay {
   using Processor = void (Replay::*)(UndoData&);
 
   void storeCommandProcessors();
-  void process(Journal::Command const& command, Journal::Direction direction);
+  void walk(std::vector<Journal::Command> const& commands, bool backwards);
+  void process(Journal::Command const& command, bool backwards);
 
   void processVariable(UndoData& data);
   void processRecord(UndoData& data);
+  void processRecordWithRow(UndoData& data);
   void processAuxFile(UndoData& data);
   void processVariableRegex(UndoData& data);
   void processPathRegex(UndoData& data);
   void processTagGroup(UndoData& data);
-  void processSetValue(UndoData& data);
-  void processChangeItem(UndoData& data);
-  void processUnavailable(UndoData& data);
+  void processSetValueCommand(UndoData& data);
+  void processSetVariableStaticCommand(UndoData& data);
+  void processChangeItemCommand(UndoData& data);
 
   [[nodiscard]] bool applyToVariable(u64 uid, std::uint32_t code, Variant const& value);
   [[nodiscard]] bool applyToRecord(u64 uid, std::uint32_t code, Variant const& value);
@@ -53,7 +60,11 @@ class Replay {
   void applyTag(u64 group, u64 index, std::string const& tag, bool remove);
 
   template <class Entity>
-  Entity readNew(UndoData& data) const;
+  void requireFree(u64 uid) const;
+  template <class Entity>
+  void remove(u64 uid);
+  template <class Entity, class Owner>
+  void insertOrRemove(UndoData& data, Owner& owner);
 
   Store& store_;
   ChangeSink& sink_;
@@ -62,6 +73,7 @@ class Replay {
   TagGroups& tagGroups_;
   VariableRules& variableRules_;
   PathRules& pathRules_;
+  Deletion& deletion_;
   std::unordered_map<std::uint32_t, Processor> processors_{11};
 };
 

@@ -26,6 +26,8 @@ inline constexpr EntityKind kindOf<DataVariableRegex> = EntityKind::VariableRege
 template <>
 inline constexpr EntityKind kindOf<DataPathRegex> = EntityKind::PathRegex;
 
+class Table;
+
 /// A property is about to change from `before` to `after`.
 struct PropertyChange {
   EntityKind kind;
@@ -34,6 +36,7 @@ struct PropertyChange {
   Variant before;
   Variant after;
   u64 index = 0;
+  bool startsItem = false;  ///< an item that was kept before is not brought up to date but begins anew
 };
 
 /// A cell is about to change.
@@ -58,9 +61,41 @@ struct Creation {
   Entity const& entity;
 };
 
+/// The same for a record that comes with its row, which stands in no column yet.
+struct RecordInsertion {
+  DataRecord const& record;
+  std::vector<Variant> const& row;
+};
+
+/// An entity is about to leave its map.
+template <class Entity>
+struct Erasure {
+  Entity const& entity;
+};
+
+/// The same for a record. Its files have left before it; `auxFiles` is what its list held.
+struct RecordErasure {
+  DataRecord const& record;
+  std::vector<u64> const& auxFiles;
+  Table const& table;
+};
+
+/// A calculated variable is about to become an ordinary one that holds `values`.
+struct MadeStatic {
+  DataVariable const& variable;
+  std::vector<Variant> const& values;
+};
+
+/// A variable is calculated from now on; its column still holds what it held.
+struct MadeCalculated {
+  DataVariable const& variable;
+};
+
 using Change =
     std::variant<PropertyChange, CellChange, StatusChange, Creation<DataVariable>, Creation<DataRecord>,
-                 Creation<DataAuxFile>, Creation<DataTagGroup>, Creation<DataVariableRegex>, Creation<DataPathRegex>>;
+                 Creation<DataAuxFile>, Creation<DataTagGroup>, Creation<DataVariableRegex>, Creation<DataPathRegex>,
+                 RecordInsertion, Erasure<DataVariable>, RecordErasure, Erasure<DataAuxFile>, Erasure<DataTagGroup>,
+                 Erasure<DataVariableRegex>, Erasure<DataPathRegex>, MadeStatic, MadeCalculated>;
 
 /// Hears of every change to the store before it is final. When it throws, the change does not happen and the sink has
 /// kept nothing of it.
@@ -75,18 +110,24 @@ class ChangeSink {
   ~ChangeSink() = default;
 };
 
-/// Puts a new entity, its UID assigned, into its map and tells the sink.
-template <class Entity>
-Entity& create(Store& store, ChangeSink& sink, Entity entity) {
+/// Puts a new entity, its UID assigned, into its map and tells the sink by what `creation` makes of it.
+template <class Entity, class MakeChange>
+Entity& create(Store& store, ChangeSink& sink, Entity entity, MakeChange const& creation) {
   auto& map = store.map<Entity>();
   auto& created = map.insert(std::move(entity));
   try {
-    sink.take(Creation<Entity>{created});
+    sink.take(creation(created));
   } catch (...) {
     map.erase(created.id);
     throw;
   }
+  store.raiseUid(created.id);
   return created;
+}
+
+template <class Entity>
+Entity& create(Store& store, ChangeSink& sink, Entity entity) {
+  return create(store, sink, std::move(entity), [](Entity const& created) { return Creation<Entity>{created}; });
 }
 
 }  // namespace casebook

@@ -3,7 +3,9 @@
 #include "store/entities.h"
 #include "store/entity_map.h"
 
+#include <algorithm>
 #include <type_traits>
+#include <vector>
 
 namespace casebook {
 
@@ -20,7 +22,8 @@ struct ProjectTexts {
 ///
 /// 1. A UID is handed out once; the counter is above every UID that a map holds.
 /// 2. Every column has one cell per record, and a record's row is its rank by UID.
-/// 3. `caseId` names a variable at all times once the table was made; `caseStatus` may be null.
+/// 3. `caseId` names a variable at all times once the table was made. `statusVariable` is the only variable of type
+///    CaseStatus, or null; while it awaits its erasure there is no Case Status variable for a host.
 struct Store {
   ProjectTexts texts;
   u64 nextUid = 1;
@@ -31,7 +34,16 @@ struct Store {
   EntityMap<DataPathRegex> pathRegexs;
   EntityMap<DataAuxFile> auxFiles;
   DataVariable* caseId = nullptr;
-  DataVariable* caseStatus = nullptr;
+  DataVariable* statusVariable = nullptr;
+  std::vector<u64> formerStatusVariables;  ///< those that were of type CaseStatus in the open transaction
+
+  [[nodiscard]] bool wasStatusVariable(u64 uid) const noexcept {
+    return std::ranges::find(formerStatusVariables, uid) != formerStatusVariables.end();
+  }
+
+  [[nodiscard]] DataVariable* caseStatus() const noexcept {
+    return statusVariable && statusVariable->flag == 0 ? statusVariable : nullptr;
+  }
 
   [[nodiscard]] u64 assignUid() noexcept { return nextUid++; }
 

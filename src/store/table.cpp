@@ -1,10 +1,10 @@
 #include "store/table.h"
 
 #include "platform/growth.h"
+#include "store/erase.h"
 #include "store/property.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace casebook {
 
@@ -18,48 +18,97 @@ bool accepts(DataVariable const& variable, Variant const& value) {
   return value.isNull() && isNumber;
 }
 
-auto cellAt(std::vector<Variant>& column, u64 row) { return column.begin() + static_cast<std::ptrdiff_t>(row); }
+[[noreturn]] void refuseSecondStatusVariable() {
+  throw varnel::ExceptionBase{"Attempted to add a second Case Status variable.", true};
+}
 
 }  // namespace
 
 Table::Table(Store& store, ChangeSink& sink) : store_{store}, sink_{sink} { restart(); }
 
-void Table::restart() {
-  Store fresh;
-  DataVariable variable{fresh.assignUid()};
+DataVariable Table::newCaseId() {
+  DataVariable variable;
   variable.name = "Case ID";
   variable.values.reserve(reservedRows);
   variable.dataType = Variant::UnsignedInteger;
   variable.type = VariableType::CaseIdentifier;
-  fresh.caseId = &fresh.variables.insert(std::move(variable));
+  return variable;
+}
+
+void Table::restart() {
+  Store fresh;
+  auto caseId = newCaseId();
+  caseId.id = fresh.assignUid();
+  fresh.caseId = &fresh.variables.insert(std::move(caseId));
   store_ = std::move(fresh);
+  looseRows_.clear();
 }
 
 DataVariable& Table::addVariable(DataVariable description) {
   description.values.reserve(std::max(reservedRows, rowCount()));
   description.values.assign(rowCount(), description.defaultValue);
   description.id = store_.assignUid();
-  return create(store_, sink_, std::move(description));
+  return insertVariable(std::move(description));
 }
 
 DataVariable& Table::insertVariable(DataVariable variable) {
   bool const isStatus = variable.type == VariableType::CaseStatus;
-  if (isStatus && store_.caseStatus)
-    throw varnel::ExceptionBase{"Attempted to add a second Case Status variable.", true};
+  if (isStatus && store_.statusVariable) refuseSecondStatusVariable();
   auto& inserted = create(store_, sink_, std::move(variable));
-  if (isStatus) store_.caseStatus = &inserted;
-  store_.raiseUid(inserted.id);
+  if (isStatus) store_.statusVariable = &inserted;
   return inserted;
 }
 
 void Table::setVariableType(DataVariable& variable, VariableType type) {
-  if (variable.type == VariableType::CaseStatus || type == VariableType::CaseStatus)
+  if (variable.type == VariableType::CaseStatus || type == VariableType::CaseStatus || store_.wasStatusVariable(variable.id))
     throw varnel::ExceptionBase{"Only activating records makes a Case Status variable.", true};
-  setProperty(sink_, variable, properties::variableType, type);
+  replayVariableType(variable, type);
 }
 
-u64 Table::nextCaseId() const {
-  return store_.records.empty() ? 1 : store_.caseId->values[store_.records.last().row].longValue() + 1;
+void Table::replayVariableType(DataVariable& variable, VariableType type) {
+  bool const becomesStatus = type == VariableType::CaseStatus;
+  if (becomesStatus && store_.statusVariable && store_.statusVariable != &variable) refuseSecondStatusVariable();
+  auto const former = variable.type;
+  if (former == VariableType::CaseStatus) store_.formerStatusVariables.push_back(variable.id);
+  PropertyChange change{EntityKind::Variable, variable.id,    Journal::VariableTypeSet,
+                        itemValue(former),    itemValue(type)};
+  change.startsItem = becomesStatus || former == VariableType::CaseStatus;
+  sink_.take(change);
+  takeStatusType(variable, type);
+  if (type == VariableType::Calculated && former != type) sink_.take(MadeCalculated{variable});
+}
+
+void Table::takeStatusType(DataVariable& variable, VariableType type) {
+  if (variable.type == VariableType::CaseStatus) store_.statusVariable = nullptr;
+  if (type == VariableType::CaseStatus) store_.statusVariable = &variable;
+  variable.type = type;
+}
+
+void Table::makeStatic(DataVariable& variable, std::vector<Variant> values) {
+  if (variable.type != VariableType::Calculated) {
+    for (auto const& record : store_.records.all())
+      if (cell(variable, record) != values[record.row]) setCell(variable, record, values[record.row]);
+    return;
+  }
+  sink_.take(MadeStatic{variable, values});
+  variable.values.swap(values);
+  variable.type = VariableType::Ordinary;
+}
+
+void Table::makeCalculated(DataVariable& variable) {
+  if (variable.type == VariableType::Calculated) return;
+  if (variable.type == VariableType::CaseStatus) refuseSecondStatusVariable();
+  if (variable.type != VariableType::Ordinary) replayVariableType(variable, VariableType::Ordinary);
+  sink_.take(MadeCalculated{variable});
+  variable.type = VariableType::Calculated;
+}
+
+// The case identifiers come first in every row: nothing has a lower UID than "Case ID".
+Variant Table::nextCaseId() const {
+  if (store_.records.empty()) return caseIdentifier(1);
+  auto const& last = store_.records.last();
+  auto const* const loose = looseRows_.find(last.id);
+  return caseIdentifier((loose ? loose->front() : store_.caseId->values[last.row]).longValue() + 1);
 }
 
 // Afterwards a cell fits into every column without anything that can throw.
@@ -67,33 +116,48 @@ void Table::reserveRow() {
   for (auto& variable : store_.variables.all()) reserveOneMore(variable.values);
 }
 
-DataRecord& Table::createRecord(u64 uid, u64 row) {
-  DataRecord record{uid};
-  record.row = row;
-  return create(store_, sink_, std::move(record));
-}
-
 DataRecord& Table::addRecord() {
   reserveRow();
-  u64 const caseId = nextCaseId();
-  auto& record = createRecord(store_.assignUid(), rowCount());
+  auto const caseId = nextCaseId();
+  DataRecord description{store_.assignUid()};
+  description.row = rowCount();
+  auto& record = create(store_, sink_, std::move(description));
   for (auto& variable : store_.variables.all()) variable.values.push_back(variable.defaultValue);
-  store_.caseId->values.back() = caseIdentifier(caseId);
+  store_.caseId->values.back() = caseId;
   return record;
 }
 
-DataRecord& Table::insertRecord(u64 uid) {
-  reserveRow();
-  u64 const caseId = nextCaseId();
-  auto const later = store_.records.after(uid);
-  u64 const row = rowCount() - static_cast<u64>(std::ranges::distance(later));
-  auto& record = createRecord(uid, row);
-  for (auto& next : store_.records.after(uid)) ++next.row;
-  for (auto& variable : store_.variables.all())
-    variable.values.insert(cellAt(variable.values, row), variable.defaultValue);
-  store_.caseId->values[row] = caseIdentifier(caseId);
-  store_.raiseUid(uid);
-  return record;
+std::vector<Variant> Table::newRow() const {
+  std::vector<Variant> row;
+  row.reserve(store_.variables.size());
+  for (auto const& variable : store_.variables.all()) row.push_back(variable.defaultValue);
+  row.front() = nextCaseId();
+  return row;
+}
+
+DataRecord& Table::insertRecord(u64 uid, std::vector<Variant> row) {
+  auto const& cells = looseRows_.add(uid, std::move(row));
+  try {
+    return create(store_, sink_, DataRecord{uid},
+                  [&cells](DataRecord const& record) { return RecordInsertion{record, cells}; });
+  } catch (...) {
+    looseRows_.remove(DataRecord{uid});
+    throw;
+  }
+}
+
+void Table::removeFiles(std::vector<u64> const& auxFiles) {
+  for (u64 const uid : auxFiles)
+    if (auto const* const file = store_.auxFiles.find(uid)) erase(store_, sink_, *file);
+}
+
+void Table::removeRecord(DataRecord& record) {
+  looseRows_.reserveRemoval();
+  auto const auxFiles = record.auxFiles;
+  removeFiles(auxFiles);
+  sink_.take(RecordErasure{record, auxFiles, *this});
+  looseRows_.remove(record);
+  store_.records.erase(record.id);
 }
 
 Variant const& Table::cell(DataVariable const& variable, DataRecord const& record) const {
@@ -113,6 +177,7 @@ void Table::setCell(DataVariable& variable, DataRecord const& record, Variant co
 }
 
 std::vector<Variant> Table::row(DataRecord const& record) const {
+  if (auto const* const loose = looseRows_.find(record.id)) return *loose;
   std::vector<Variant> cells;
   cells.reserve(store_.variables.size());
   for (auto const& variable : store_.variables.all()) cells.push_back(variable.values[record.row]);
@@ -128,28 +193,30 @@ void Table::setRow(DataRecord const& record, std::vector<Variant> const& values)
 
 bool Table::isActive(u64 record) const {
   auto const& known = store_.records.at(record);
-  return !store_.caseStatus || store_.caseStatus->values[known.row].stringValue() == "Active";
+  auto const* const status = store_.caseStatus();
+  return !status || cell(*status, known).stringValue() == "Active";
 }
 
-DataVariable& Table::caseStatus() {
-  if (store_.caseStatus) return *store_.caseStatus;
+// A status variable that awaits its erasure makes room for a new one.
+void Table::ensureCaseStatus() {
+  if (store_.caseStatus()) return;
+  if (store_.statusVariable) replayVariableType(*store_.statusVariable, VariableType::Ordinary);
   DataVariable description;
   description.name = "Case Status";
   description.defaultValue = Variant{"Active"};
   description.dataType = Variant::String;
   description.type = VariableType::CaseStatus;
-  store_.caseStatus = &addVariable(std::move(description));
-  return *store_.caseStatus;
+  addVariable(std::move(description));
 }
 
 void Table::activate(u64 record, bool active) {
-  caseStatus();
+  ensureCaseStatus();
   setStatus(store_.records.at(record), Variant{active ? "Active" : "Inactive"});
 }
 
 void Table::setStatus(DataRecord const& record, Variant const& status) {
-  auto& cell = store_.caseStatus->values[record.row];
-  sink_.take(StatusChange{*store_.caseStatus, record, cell, status});
+  auto& cell = store_.statusVariable->values[record.row];
+  sink_.take(StatusChange{*store_.statusVariable, record, cell, status});
   cell = status;
 }
 

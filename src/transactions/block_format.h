@@ -4,7 +4,8 @@
 
 namespace casebook {
 
-/// The open block of the journal: a writer that takes commands.
+/// The open block of the journal: a writer that takes commands. One that was moved from takes them again, and making
+/// room for its head is the first thing that it does then: to set a block aside needs no memory.
 class OpenBlock : public Journal::TransactionWriter {
  public:
   [[nodiscard]] bool hasCommands() const noexcept { return size() > headerSize; }

@@ -54,6 +54,11 @@ bool ChangeLog::empty() const noexcept {
   return noItems && created_.empty() && erased_.empty() && removedTags_.empty() && !valuesChanged_;
 }
 
+void ChangeLog::dropItems(EntityKind kind, u64 uid) noexcept {
+  auto& kept = items(kind);
+  kept.erase(kept.lower_bound(Key{uid, 0}), kept.upper_bound(Key{uid, ~std::uint32_t{0}}));
+}
+
 TransactionRecord ChangeLog::changes() const {
   TransactionRecord record;
   fill(record.added, created_);

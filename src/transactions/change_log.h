@@ -35,8 +35,23 @@ class ChangeLog {
   template <class Journal>
   void keepItem(PropertyChange const& change, Journal&& journal);
 
-  [[nodiscard]] UidSets& created() noexcept { return created_; }
-  [[nodiscard]] UidSets& erased() noexcept { return erased_; }
+  [[nodiscard]] UidSets const& created() const noexcept { return created_; }
+  [[nodiscard]] UidSets const& erased() const noexcept { return erased_; }
+
+  /// Enters the entity as created; one that was erased in the same transaction is back. `journal` is called in
+  /// between: when it throws, nothing has changed.
+  template <class Journal>
+  void keepCreation(EntityKind kind, u64 uid, Journal&& journal) {
+    move(uid, erased_.of(kind), created_.of(kind), journal);
+  }
+
+  /// Enters the entity as erased and drops its items; otherwise the same.
+  template <class Journal>
+  void keepErasure(EntityKind kind, u64 uid, Journal&& journal) {
+    move(uid, created_.of(kind), erased_.of(kind), journal);
+    dropItems(kind, uid);
+  }
+
   void markValuesChanged() noexcept { valuesChanged_ = true; }
 
   [[nodiscard]] bool empty() const noexcept;
@@ -49,6 +64,10 @@ class ChangeLog {
   [[nodiscard]] bool hasRemovals() const noexcept { return !erased_.empty(); }
 
  private:
+  template <class Journal>
+  static void move(u64 uid, std::set<u64>& from, std::set<u64>& to, Journal& journal);
+  void dropItems(EntityKind kind, u64 uid) noexcept;
+
   using Key = std::pair<u64, std::uint32_t>;
   using Items = std::map<Key, ChangeItem>;
 
@@ -69,10 +88,22 @@ class ChangeLog {
 void simplifyTransactionRecord(TransactionRecord& record);
 
 template <class Journal>
+void ChangeLog::move(u64 uid, std::set<u64>& from, std::set<u64>& to, Journal& journal) {
+  auto const place = to.insert(to.end(), uid);
+  try {
+    journal();
+  } catch (...) {
+    to.erase(place);
+    throw;
+  }
+  from.erase(uid);
+}
+
+template <class Journal>
 void ChangeLog::keepItem(PropertyChange const& change, Journal&& journal) {
   auto& kept = items(change.kind);
   auto const [place, isNew] = kept.try_emplace(Key{change.uid, change.code});
-  ChangeItem item{isNew ? change.before : place->second.oldValue, change.after, change.index, change.uid, change.code};
+  ChangeItem item{isNew || change.startsItem ? change.before : place->second.oldValue, change.after, change.index, change.uid, change.code};
   try {
     journal(std::as_const(item));
   } catch (...) {

@@ -5,6 +5,7 @@
 
 #include "serialization/number_format.h"
 #include "store/entities.h"
+#include "transactions/block_format.h"
 
 #include <concepts>
 #include <string_view>
@@ -194,6 +195,15 @@ Payload readPayload(SimpleDeserializer& in) {
   PayloadReader reader{in};
   describe(reader, payload);
   return payload;
+}
+
+/// Appends a command with this payload to a block, through `scratch`.
+template <class Payload>
+void writeCommand(OpenBlock& block, SimpleSerializer& scratch, std::uint32_t code, Payload const& payload) {
+  scratch.clear();
+  writePayload(scratch, payload);
+  auto const [bytes, size] = scratch.finalize();
+  block.append(code, {bytes, size});
 }
 
 /// Calls `visitor.template operator()<Payload>()` with the type of payload that commands of this code carry, with or

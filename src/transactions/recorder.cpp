@@ -1,37 +1,17 @@
 #include "transactions/recorder.h"
 
+#include "store/table.h"
+#include "transactions/entity_codes.h"
+
 namespace casebook {
 
-namespace {
-
-template <class Entity>
-constexpr std::uint32_t creationCode = 0;
-template <>
-constexpr std::uint32_t creationCode<DataVariable> = Journal::VariableCreated;
-template <>
-constexpr std::uint32_t creationCode<DataRecord> = Journal::RecordCreated;
-template <>
-constexpr std::uint32_t creationCode<DataAuxFile> = Journal::AuxFileCreated;
-template <>
-constexpr std::uint32_t creationCode<DataTagGroup> = Journal::TagGroupCreated;
-template <>
-constexpr std::uint32_t creationCode<DataVariableRegex> = Journal::VariableRegexCreated;
-template <>
-constexpr std::uint32_t creationCode<DataPathRegex> = Journal::PathRegexCreated;
-
-}  // namespace
-
 void Recorder::take(Change const& change) {
-  std::visit([this](auto const& which) { record(which); }, change);
+  if (!muted_) std::visit([this](auto const& which) { record(which); }, change);
 }
 
 template <class Payload>
 void Recorder::journal(std::uint32_t code, Payload const& payload) {
-  if (!journalling()) return;
-  scratch_.clear();
-  writePayload(scratch_, payload);
-  auto const [bytes, size] = scratch_.finalize();
-  block_.append(code, {bytes, size});
+  if (journalling()) writeCommand(block_, scratch_, code, payload);
 }
 
 void Recorder::record(PropertyChange const& change) {
@@ -51,14 +31,36 @@ void Recorder::record(StatusChange const& change) {
 
 template <class Entity>
 void Recorder::record(Creation<Entity> const& change) {
-  auto& created = log_.created().of(kindOf<Entity>);
-  auto const place = created.insert(created.end(), change.entity.id);
-  try {
-    journal(creationCode<Entity>, change.entity);
-  } catch (...) {
-    created.erase(place);
-    throw;
-  }
+  log_.keepCreation(kindOf<Entity>, change.entity.id, [&] { journal(creationCode<Entity>, change.entity); });
+}
+
+void Recorder::record(RecordInsertion const& change) {
+  log_.keepCreation(EntityKind::Record, change.record.id, [&] {
+    journal(Journal::RecordInserted, RecordRowPayload{change.record.id, change.record.auxFiles, change.row});
+  });
+}
+
+template <class Entity>
+void Recorder::record(Erasure<Entity> const& change) {
+  log_.keepErasure(kindOf<Entity>, change.entity.id,
+                   [&] { journal(creationCode<Entity> | Journal::Inverse, change.entity); });
+}
+
+void Recorder::record(RecordErasure const& change) {
+  log_.keepErasure(EntityKind::Record, change.record.id, [&] {
+    if (!journalling()) return;
+    journal(Journal::RecordErased, RecordRowPayload{change.record.id, change.auxFiles, change.table.row(change.record)});
+  });
+}
+
+void Recorder::record(MadeStatic const& change) {
+  journal(Journal::VariableMadeStatic, StaticVariablePayload{change.variable.id, change.values});
+  log_.markValuesChanged();
+}
+
+void Recorder::record(MadeCalculated const& change) {
+  journal(Journal::VariableMadeStatic | Journal::Inverse,
+          StaticVariablePayload{change.variable.id, change.variable.values});
 }
 
 }  // namespace casebook

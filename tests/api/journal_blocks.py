@@ -52,9 +52,9 @@ def cell(old, new, record, variable):
     return command(0x2009, value(old), value(new), u64(record), u64(variable))
 
 
-def variable(uid, name, column, default, nature, data_type, kind, expression=""):
+def variable(uid, name, column, default, nature, data_type, kind, expression="", code=0x2001):
     texts = text(name) + text("") + text(expression)
-    return command(0x2001, u64(uid), texts, values(*column), value(default), u32(nature), u32(data_type), u32(kind))
+    return command(code, u64(uid), texts, values(*column), value(default), u32(nature), u32(data_type), u32(kind))
 
 
 def block(*commands):
@@ -72,6 +72,7 @@ BLOCKS = [
     block(
         item(0x2002, 2, 3, 3),
         item(0x2003, 0, 1, 3),
+        command(0x8000200A, u64(3), values(NAN)),
         item(0x2004, 2, 0xFFFFFFFF, 3),
         item(0x2005, "", "what it is", 3),
         item(0x2006, "x", "y", 3),
@@ -88,6 +89,17 @@ BLOCKS = [
     block(item(0x7003, None, "a", 10, 0), item(0x7003, None, "b", 10, 0), item(0x7003, None, "a", 10, 2)),
     block(item(0x80007003, None, "a", 10, 1)),
     block(variable(11, "w", ["p", "p"], "p", 0, 3, 0)),
+    block(
+        variable(11, "w", ["p", "p"], "p", 0, 3, 0, code=0x80002001),
+        command(0x80007001, u64(10), text(""), u64(2), text("b"), text("a")),
+        command(0x80006001, u64(9), text(""), text("u")),
+        command(0x80005001, u64(8), text("?"), u64(4)),
+    ),
+    block(
+        command(0x80004001, u64(6), text("a\\b.png"), text("front"), u64(2)),
+        command(0x80003002, u64(2), u64(1), u64(6), values(77, "z", -0.0, "")),
+        command(0x80003002, u64(7), u64(0), values(78, "none", 0.0, "Active")),
+    ),
 ]
 
 

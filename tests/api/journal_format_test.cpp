@@ -60,6 +60,8 @@ std::function<void(Project&)> const edits[] = {
     [](auto& p) { p.addTag(10, "a"), p.insertTag(10, "b", 0), p.addTag(10, "a"); },
     [](auto& p) { p.removeTag(10, "a"); },
     [](auto& p) { p.addVariable("w", VariableNature{0}, Variant::String, "p"); },
+    [](auto& p) { p.eraseTagGroup(10), p.erasePathRegex(9), p.eraseVariableRegex(8), p.eraseVariable(11); },
+    [](auto& p) { p.eraseRecord(7), p.eraseRecord(2); },
 };
 
 TEST(JournalFormat, BlocksAreWhatTheFormatSays) {
@@ -84,8 +86,9 @@ TEST(JournalFormat, BlocksAreWhatTheFormatSays) {
     EXPECT_EQ(refusalOf([&] { return Journal::fields({command.code, shorter}); }), test::readBeyondEnd) << command.code;
   }
   auto const last = Journal::fields(journal.commands().back());
-  EXPECT_EQ(std::get<std::vector<Variant>>(last[4].value), (std::vector<Variant>{"p", "p"}));
-  EXPECT_EQ(std::get<u64>(last[7].value), Variant::String);
+  EXPECT_EQ(std::get<u64>(last[0].value), 7u);
+  EXPECT_EQ(std::get<std::vector<Variant>>(last[2].value),
+            (std::vector<Variant>{{78u, Variant::UnsignedInteger}, "none", 0.0, "Active"}));
   EXPECT_EQ(refusalOf([] { return Journal::fields({0x4002, {}}); }), "Unknown journal command. (true)");
   EXPECT_FALSE(Journal::isChangeItem(0x4002));
 }

@@ -111,8 +111,6 @@ TEST(Lifecycle, WhatIsNotBuiltIsRefused) {
   EXPECT_TRUE(refused([&] { project->removeTags({"t"}); }));
   EXPECT_TRUE(refused([&] { project->merge({}, nullptr); }));
   EXPECT_TRUE(refused([&] { return project->variableRange(1); }));
-  EXPECT_TRUE(refused([&] { project->eraseRecord(2); }));
-  EXPECT_TRUE(refused([&] { project->processJournalTransaction({{}, 0}, Journal::Direction::Backwards); }));
   EXPECT_EQ(stateOf(*project), before);
 }
 

@@ -75,7 +75,7 @@ class RandomHost {
   std::vector<Transaction> levels_;
 };
 
-RC_GTEST_PROP(ForwardReplay, OfAllBlocksGivesTheProjectAndTheSameBlocks, (std::vector<Edit> edits)) {
+RC_GTEST_PROP(ForwardReplay, OfAllBlocksGivesTheProject, (std::vector<Edit> edits)) {
   CurrentProject const project;
   BlockStore const journal{*project};
   RandomHost host{*project};
@@ -83,12 +83,10 @@ RC_GTEST_PROP(ForwardReplay, OfAllBlocksGivesTheProjectAndTheSameBlocks, (std::v
   host.finish();
 
   auto const copy = createProject();
-  BlockStore const again{*copy};
   for (auto const& block : journal.blocks) {
     RC_ASSERT((Journal::Transaction{block, 0}.valid()));
     test::replay(*copy, block);
   }
-  RC_ASSERT(again.blocks == journal.blocks);
   RC_ASSERT(copy->addRecord() == project->addRecord());
   RC_ASSERT(stateOf(*copy) == stateOf(*project));
 }

@@ -1,51 +1,16 @@
+#include "support/allocations.h"
 #include "support/edits.h"
 #include "support/state.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-/// Allocations that still succeed; none is counted while it is negative.
-long left = -1;
-
-void* allocate(std::size_t size) {
-  if (left == 0) throw std::bad_alloc{};
-  if (left > 0) --left;
-  if (void* const memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc{};
-}
-
-}  // namespace
-
-// Those of arrays and the others of the standard library end in these.
-void* operator new(std::size_t size) { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace casebook {
 namespace {
 
 using test::BlockStore;
 using test::CurrentProject;
+using test::runsOut;
 using test::stateOf;
-
-/// Whether the call ran out of memory when only `n` allocations succeed.
-template <class Call>
-bool runsOut(long n, Call&& call) {
-  struct Limit {
-    explicit Limit(long allocations) { left = allocations; }
-    ~Limit() { left = -1; }
-  } const limit{n};
-  try {
-    call();
-    return false;
-  } catch (std::bad_alloc const&) {
-    return true;
-  }
-}
 
 /// A project in which there is something to edit for every kind of edit.
 void prepare(Project& project) {

@@ -6,9 +6,13 @@
 
 namespace casebook::test {
 
-/// Everything that a project holds and answers, as lines of text: equal projects have equal states.
-inline std::string stateOf(Project& project) {
+enum class CalculatedCells { Shown, Hidden };
+
+/// Everything that a project holds and answers, as lines of text: equal projects have equal states. The cells of
+/// calculated variables can be left out.
+inline std::string stateOf(Project& project, CalculatedCells cells = CalculatedCells::Shown) {
   std::ostringstream out;
+  std::vector<bool> shown;
   out << "texts " << project.friendlyName() << '|' << project.description() << '|' << project.rootPath() << '\n';
   for (auto const variable : project.variables()) {
     u64 const uid = variable.id();
@@ -16,10 +20,12 @@ inline std::string stateOf(Project& project) {
         << project.variableExpression(uid) << '|' << exactly(project.variableDefaultValue(uid)) << '|'
         << project.variableDataType(uid) << '|' << static_cast<u64>(project.variableType(uid)) << '|'
         << static_cast<u64>(project.variableNature(uid)) << (project.variableIsCaseID(uid) ? "|case id\n" : "\n");
+    shown.push_back(cells == CalculatedCells::Shown || project.variableType(uid) != VariableType::Calculated);
   }
   for (auto const record : project.records()) {
     out << "record " << record.id() << (project.recordIsActive(record.id()) ? " active" : " inactive");
-    for (auto const& cell : project.getRow(record.id())) out << ' ' << exactly(cell);
+    auto isShown = shown.begin();
+    for (auto const& cell : project.getRow(record.id())) out << ' ' << (*isShown++ ? exactly(cell) : "calculated");
     for (auto const file : project.auxFiles(record.id())) out << " file " << file.id();
     out << '\n';
   }

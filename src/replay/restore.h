@@ -1,0 +1,18 @@
+#pragma once
+
+#include "replay/replay.h"
+#include "transactions/recorder.h"
+
+#include <span>
+
+namespace casebook {
+
+/// Whether the store is that of a project as constructed or reset.
+[[nodiscard]] bool isFresh(Store const& store);
+
+/// Replays the blocks forwards into a fresh store, of which nobody hears, and raises the UID counter to `nextUid`.
+/// Throws ("Block <number, from 1> cannot be restored: <why>", true); the store then holds what came before.
+void restoreBlocks(Store& store, Recorder& recorder, Replay& replay, std::span<Journal::Transaction const> blocks,
+                   u64 nextUid);
+
+}  // namespace casebook

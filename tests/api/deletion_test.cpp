@@ -1,0 +1,266 @@
+#include "support/listener.h"
+#include "support/state.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+
+namespace casebook {
+namespace {
+
+using test::BlockStore;
+using test::Content;
+using test::CurrentProject;
+using test::Lines;
+using test::Listener;
+using test::refusalOf;
+using test::stateOf;
+
+constexpr auto twice = "Attempted to delete the same data entity twice in a single transaction (true)";
+constexpr auto created = "Cannot add and delete the same data entity in a single transaction (true)";
+constexpr auto caseId = "Cannot delete Case ID variable (true)";
+constexpr auto nonExistent = "Attempted to delete non-existent data entity (true)";
+
+/// What can be done with each kind of entity.
+struct Kind {
+  u64 (*add)(Project&);
+  void (*erase)(Project&, u64);
+  /// Locks the entity and gives what to keep so that it stays locked.
+  std::function<bool()> (*lock)(u64);
+};
+
+template <class Handle>
+std::function<bool()> keep(u64 uid) {
+  return [handle = std::make_shared<Handle>(WeakPtr<Handle>{uid}.lock())] { return handle->valid(); };
+}
+
+constexpr Kind kinds[] = {
+    {[](Project& p) { return p.addVariable("v", {}, Variant::String, "x").id(); },
+     [](Project& p, u64 uid) { p.eraseVariable(uid); }, keep<Variable>},
+    {[](Project& p) { return p.addRecord().id(); }, [](Project& p, u64 uid) { p.eraseRecord(uid); }, keep<Record>},
+    {[](Project& p) { return p.addAuxFile(2, "f" + std::to_string(p.auxFiles().size()), "t").id(); },
+     [](Project& p, u64 uid) { p.eraseAuxFile(uid); }, keep<AuxFile>},
+    {[](Project& p) { return p.addTagGroup("g" + std::to_string(p.tagGroups().size())).id(); },
+     [](Project& p, u64 uid) { p.eraseTagGroup(uid); }, keep<TagGroup>},
+    {[](Project& p) { return p.addPathRegex("*", "t").id(); }, [](Project& p, u64 uid) { p.erasePathRegex(uid); },
+     keep<Regex<std::string>>},
+    {[](Project& p) { return p.addVariableRegex("*", Variable{1, NoLockRequired{}}).id(); },
+     [](Project& p, u64 uid) { p.eraseVariableRegex(uid); }, keep<Regex<Variable>>},
+};
+
+/// A project with a record, and what its transactions gave.
+class Deletion : public testing::Test {
+ protected:
+  Deletion() {
+    transact([](Project& p) { p.addRecord(); });
+  }
+
+  template <class Edit>
+  void transact(Edit&& edit) {
+    auto transaction = project_->startTransaction();
+    edit(*project_);
+    transaction.commit();
+  }
+  void replay(Content const& block, Journal::Direction direction) {
+    transact([&](Project& p) { p.processJournalTransaction(Journal::Transaction{block, 0}, direction); });
+  }
+  void undo() { replay(Content{journal_.blocks.back()}, Journal::Direction::Backwards); }
+
+  CurrentProject const project_;
+  BlockStore const journal_{*project_};
+};
+
+TEST_F(Deletion, IsRefusedInTheOrderOfTheTests) {
+  for (auto const& kind : kinds) {
+    u64 uid = 0;
+    auto const refusal = [&] { return refusalOf([&] { kind.erase(*project_, uid); }); };
+    auto const start = stateOf(*project_);
+    transact([&](Project& p) {
+      uid = kind.add(p);
+      EXPECT_EQ(refusal(), created);
+    });
+    auto const creation = journal_.blocks.back();
+    transact([&](Project& p) {
+      auto const before = stateOf(p);
+      EXPECT_EQ(refusal(), "");
+      EXPECT_EQ(refusal(), twice);
+      EXPECT_EQ(refusalOf([&] { kind.erase(p, 99); }), nonExistent);
+      EXPECT_EQ(stateOf(p), before);
+    });
+    EXPECT_EQ(refusal(), nonExistent);
+    EXPECT_EQ(stateOf(*project_), start);
+    // What a replay took out is gone at once, and what it put back is as if created.
+    auto const erasure = journal_.blocks.back();
+    transact([&](Project& p) {
+      p.processJournalTransaction(Journal::Transaction{erasure, 0}, Journal::Direction::Backwards);
+      EXPECT_EQ(refusal(), created);
+      p.processJournalTransaction(Journal::Transaction{creation, 0}, Journal::Direction::Backwards);
+      EXPECT_EQ(refusal(), twice);
+    });
+  }
+  EXPECT_EQ(refusalOf([&] { project_->eraseVariable(1); }), caseId);
+}
+
+TEST_F(Deletion, IsCarriedOutAtTheEndKindByKind) {
+  u64 other = 0;
+  transact([&](Project& p) {
+    for (auto const& kind : kinds) kind.add(p);
+    other = p.addRecord().id();
+    p.addAuxFile(other, "o", "");
+  });
+  Listener listener{*project_};
+  transact([&](Project& p) {
+    // Asked for in the opposite order; the record 4 has no file left, the other one still has.
+    for (u64 uid = 8; uid >= 3; --uid) kinds[uid - 3].erase(p, uid);
+    p.eraseRecord(other);
+    EXPECT_EQ(p.tagGroupName(6), "g0");
+    EXPECT_EQ(p.getRow(4), (std::vector<Variant>{{2, Variant::UnsignedInteger}, "x"}));
+    EXPECT_EQ(listener.take(), Lines{});
+  });
+  EXPECT_EQ(listener.take(),
+            (Lines{"pre -v3 -r4 -r9 -V8 -P7 -g6 -f5 -f10", "change -v3 -r4 -r9 -V8 -P7 -g6 -f5 -f10",
+                   "journal 80002001 80004001 80003002 80004001 80003002 80007001 80006001 80005001"}));
+  EXPECT_EQ(project_->auxFiles(2).size(), 0u);
+}
+
+TEST_F(Deletion, IsReportedAloneAndAgainWithTheRest) {
+  transact([](Project& p) { p.addAuxFile(p.addRecord().id(), "f", ""); });
+  Listener listener{*project_};
+  auto const text = [&](char const* name) { project_->setFriendlyName(name); };
+  transact([&](Project& p) {
+    text("a");
+    p.setVariableName(1, "id");
+    p.activate(3, false);
+    p.addTagGroup("g");
+    p.eraseRecord(3);
+  });
+  EXPECT_EQ(listener.take(),
+            (Lines{"pre -r3 -f4", "change -r3 -f4", "journal 1001 2006 2001 3003 7001 80004001 80003002",
+                   "pre -r3 -f4 +v5 +g6 ~1001(>a) ~v1 values", "change -r3 -f4 +v5 +g6 ~1001(>a) ~v1 values"}));
+  undo();
+  EXPECT_EQ(listener.take(),
+            (Lines{"pre -v5 -g6", "change -v5 -g6", "journal 3002 4001 80007001 3003 80002001 2006 1001",
+                   "pre -v5 -g6 +r3 +f4 ~1001(a>) ~v1 values", "change -v5 -g6 +r3 +f4 ~1001(a>) ~v1 values"}));
+}
+
+TEST_F(Deletion, OfTheCaseStatusTakesEffectAtOnce) {
+  transact([](Project& p) { p.activate(2, false); });
+  transact([](Project& p) {
+    p.eraseVariable(3);
+    EXPECT_TRUE(p.recordIsActive(2));
+    EXPECT_EQ(p.variables().size(), 2u);
+    p.activate(2, false);
+    EXPECT_EQ(p.variables().size(), 3u);
+    EXPECT_FALSE(p.recordIsActive(2));
+    for (auto const type : {VariableType::Ordinary, VariableType::CaseStatus})
+      for (u64 const variable : {1u, 3u, 4u})
+        EXPECT_EQ(refusalOf([&] { p.setVariableType(variable, type); }),
+                  variable == 1 && type == VariableType::Ordinary
+                      ? ""
+                      : "Only activating records makes a Case Status variable. (true)");
+  });
+  EXPECT_EQ(project_->variable("Case Status").id(), 4u);
+  undo();
+  EXPECT_EQ(project_->variable("Case Status").id(), 3u);
+  EXPECT_FALSE(project_->recordIsActive(2));
+}
+
+// The columns were journalled by row: they meet the same cases again.
+TEST_F(Deletion, OfAVariableAndThenARecordGivesBackTheSameCells) {
+  transact([](Project& p) {
+    p.addVariable("v", {}, Variant::String, {});
+    p.addRecord();
+    for (u64 const record : {2u, 4u}) p.setRow(record, {p.getRow(record)[0], std::string(record, 'x')});
+  });
+  auto const start = stateOf(*project_);
+  transact([](Project& p) { p.eraseVariable(3); });
+  auto const variable = journal_.blocks.back();
+  transact([](Project& p) { p.eraseRecord(2); });
+  undo();
+  replay(variable, Journal::Direction::Backwards);
+  EXPECT_EQ(stateOf(*project_), start);
+}
+
+TEST_F(Deletion, LeavesHandlesHarmless) {
+  for (auto const& kind : kinds) {
+    u64 uid = 0;
+    transact([&](Project& p) { uid = kind.add(p); });
+    auto const erase = [&] { transact([&](Project& p) { kind.erase(p, uid); }); };
+    auto const start = stateOf(*project_);
+
+    std::optional held{kind.lock(uid)};
+    EXPECT_TRUE((*held)());
+    EXPECT_FALSE(project_->isCompletelyUnlocked());
+    erase();
+    EXPECT_FALSE(kind.lock(uid)());
+    EXPECT_TRUE(project_->isCompletelyUnlocked());
+    held.reset();
+
+    undo();
+    held = kind.lock(uid);
+    erase();
+    undo();
+    std::optional second{kind.lock(uid)};
+    EXPECT_FALSE(project_->isCompletelyUnlocked());
+    held.reset();
+    second.reset();
+    EXPECT_TRUE(project_->isCompletelyUnlocked());
+    EXPECT_EQ(stateOf(*project_), start);
+
+    transact([&](Project& p) { uid = kind.add(p); });
+    held = kind.lock(uid);
+    undo();
+    EXPECT_TRUE(project_->isCompletelyUnlocked());
+    held.reset();
+    EXPECT_EQ(stateOf(*project_), start);
+  }
+  auto const record = WeakPtr<Record>{2}.lock();
+  transact([](Project& p) { p.eraseRecord(2); });
+  EXPECT_EQ(refusalOf([&] { Record const copy{record}; }),
+            "Attempted to create or copy an invalid data entity (false)");
+  EXPECT_EQ(refusalOf([&] { auto const cells = record.data(); }), test::unknownEntity);
+  undo();
+  EXPECT_EQ(record.data(), project_->getRow(2));
+}
+
+// A host that gives up ends the transaction and undoes the block that it got.
+TEST_F(Deletion, AnAbortedTransactionLeavesNothing) {
+  transact([](Project& p) {
+    for (auto const& kind : kinds) kind.add(p);
+    p.addTag(6, "t");
+  });
+  auto const start = stateOf(*project_);
+  std::pair<char const*, void (*)(Project&)> const failures[] = {
+      {test::unknownEntity, [](Project& p) { p.activate(99, true); }},
+      {test::unknownEntity, [](Project& p) { p.addAuxFile(99, "f", ""); }},
+      {"The row holds fewer values than there are variables. (true)", [](Project& p) { p.setRow(2, {"only"}); }},
+      {"Attempted to set an invalid value type on a variable (true)",
+       [](Project& p) { p.setValue(WeakPtr<Variable>{3}.lock(), WeakPtr<Record>{2}.lock(), 1.0); }},
+      {"Attempted to insert a tag beyond the end of its group. (true)", [](Project& p) { p.insertTag(6, "t", 2); }},
+      {"Attempted to remove a tag that is not in its group. (true)", [](Project& p) { p.removeTag(6, "u"); }},
+      {"Duplicate tag group names are not allowed. (false)", [](Project& p) { p.setTagGroupName(6, "g0"); }},
+      {"A pattern is at most 4096 bytes long. (false)",
+       [](Project& p) { p.setPathRegexExpression(7, std::string(4097, 'x')); }},
+      {"Only activating records makes a Case Status variable. (true)",
+       [](Project& p) { p.setVariableType(3, VariableType::CaseStatus); }},
+      {twice, [](Project& p) { p.eraseVariable(3), p.eraseVariable(3); }},
+      {created, [](Project& p) { p.eraseRecord(p.addRecord().id()); }},
+      {caseId, [](Project& p) { p.eraseVariable(1); }},
+      {nonExistent, [](Project& p) { p.eraseRecord(99); }},
+  };
+  for (auto const& [refusal, failure] : failures) {
+    transact([&](Project& p) {
+      p.eraseTagGroup(6);
+      p.addTagGroup("h");
+      p.setRow(4, {"untested", "values"});
+      p.eraseRecord(4);
+      EXPECT_EQ(refusalOf([&, fail = failure] { fail(p); }), refusal);
+    });
+    undo();
+    EXPECT_EQ(stateOf(*project_), start) << refusal;
+  }
+}
+
+}  // namespace
+}  // namespace casebook
