@@ -12,6 +12,7 @@
 #include <casebook/regex.h>
 #include <casebook/serializer.h>
 #include <casebook/tag_group.h>
+#include <casebook/tag_operations.h>
 #include <casebook/transaction.h>
 #include <casebook/transaction_record.h>
 #include <casebook/variable.h>

@@ -100,7 +100,8 @@ struct Field {
 ///   TagGroupCreated     uid name tags
 ///
 /// and the same with Inverse. Throws varnel::ExceptionBase("Unknown journal command.", true) for another code, and
-/// "Attempt to read beyond end of data block." for a payload that is too short.
+/// ("Attempt to read beyond end of data block.", true) for a payload that is too short, and
+/// ("Unknown type of value in a journal command.", true).
 CASEBOOK_EXPORT std::vector<Field> fields(Command const& command);
 
 /// Whether commands of this code, with or without Inverse, carry a change item.

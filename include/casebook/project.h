@@ -49,6 +49,10 @@ enum class MergeMethod : std::uint32_t;
 /// Changes are made inside a Transaction; the end of the outermost one carries out deletions, refreshes derived
 /// values and emits the signals. Everything happens on the host's thread; nothing is synchronised.
 ///
+/// What is not built yet refuses with varnel::ExceptionBase("<operation> is not available in this version.", true):
+/// statistics (variableUniqueValues to variableRange), queries by tag or extension, imageTags, tags() and removeTags,
+/// and merging. Calculated variables are kept and not calculated.
+///
 /// One project is current at a time: `project()` answers it, and every handle counts its locks there. A host that
 /// wants its own instance (of this class, by `createProject`, or of one derived from it) sets `projectPtr` before it
 /// uses anything else.
@@ -58,7 +62,8 @@ enum class MergeMethod : std::uint32_t;
 /// varnel::ExceptionBase("Attempted to look up unknown data entity", true) for an unknown one, before it changes
 /// anything, unless it says otherwise. All errors are varnel::ExceptionBase; the flag is given with the message.
 ///
-/// The order of the virtual operations is part of the interface: new ones come at the end.
+/// The order of the virtual operations is part of the interface: new ones come at the end. A project must not be
+/// destroyed within one of its slots.
 class CASEBOOK_EXPORT Project {
  public:
   using ColumnInfo = casebook::ColumnInfo;
@@ -72,8 +77,9 @@ class CASEBOOK_EXPORT Project {
   using JournalSlot = std::function<void(Journal::TransactionWriter&)>;
   using ResetSlot = std::function<void()>;
 
-  /// The current project: what `projectPtr` points to, else an instance that is made on the first call and lives to
-  /// the end of the process. The first call may come from several threads at once.
+  /// The current project: what `projectPtr` points to, else the process's own instance, which is made on the first
+  /// call in any case and lives until statics are destroyed; not to be called after that. The first call may come
+  /// from several threads at once.
   static Project const& project();
 
   Project(Project const&) = delete;
@@ -119,7 +125,8 @@ class CASEBOOK_EXPORT Project {
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFiles(std::string const& tag);
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFiles();
   [[nodiscard]] virtual WeakPtr<Variable> getCaseIDColumn();
-  /// The record with this case identifier, the one of lowest UID where several have it; empty when none has.
+  /// The record with this case identifier, the one of lowest UID where several have it; empty when none has. Answers
+  /// as the table stood at the first question since the last transaction that changed anything ended.
   [[nodiscard]] virtual WeakPtr<Record> recordById(u64 caseId);
 
   // Creation
@@ -128,7 +135,7 @@ class CASEBOOK_EXPORT Project {
   /// the default value fits the data type.
   virtual WeakPtr<Variable> addVariable(std::string const& name, VariableNature nature, VariableDataType dataType,
                                         Variant const& defaultValue);
-  /// A column of numbers that is computed from the expression at the end of each transaction; 0.0 until then.
+  /// A column of numbers that the expression computes; 0.0 until it is calculated.
   virtual WeakPtr<Variable> addCalcVariable(std::string const& name, VariableNature nature,
                                             std::string const& expression);
   /// A row of default values at the end of the table. Its case identifier is one more than that of the record with
@@ -346,14 +353,15 @@ class CASEBOOK_EXPORT Project {
   [[nodiscard]] virtual bool isCompletelyUnlocked() const;
 
   // Signals. A slot may edit (what the slots of one emission do becomes a transaction, which ends when the emission
-  // is over), connect, drop connections and throw: every slot is called, then the first exception passes. A slot that
-  // edits each time it is called keeps the transaction from ending.
+  // is over), connect, drop connections and throw: every slot of that signal is called, then the first exception
+  // passes. A slot that edits each time it is called keeps the transaction from ending.
 
   /// Before listeners of `connectProjectChange`, with the same record.
   Connection connectProjectChangePre(ChangeSlot slot);
   /// After a transaction that changed anything; twice when it erased entities and changed others.
   Connection connectProjectChange(ChangeSlot slot);
-  /// The block of each transaction that wrote commands. Commands are written only while a slot is connected.
+  /// The block of each transaction that wrote commands. Commands are written only while a slot is connected. All four
+  /// throw ("A slot must be callable.", true) for an empty one.
   Connection connectProjectJournal(JournalSlot slot);
   Connection connectProjectReset(ResetSlot slot);
 

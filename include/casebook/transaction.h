@@ -11,7 +11,7 @@ using u64 = std::uint64_t;
 class Project;
 
 /// One level of a project's open transactions. The transaction ends with the last level: deletions are carried out,
-/// derived values refreshed, signals and the journal block emitted.
+/// signals and the journal block emitted.
 ///
 /// It is never rolled back by itself: the destructor ends it, also while an exception passes. An exception from the
 /// end of a transaction ends the process when it comes from a destructor, so hosts call `commit`, and store what the
@@ -23,7 +23,8 @@ class CASEBOOK_EXPORT Transaction {
   Transaction(Transaction const& other);
 
   /// Gives up what the target holds, then copies as the constructor does (a committed source throws before that).
-  /// Self-assignment does both too, which may end the outermost transaction and leave a level open.
+  /// Self-assignment does both too, which may end the outermost transaction and leave a level open. Exceptions of
+  /// the end of a transaction pass; the target then holds nothing.
   Transaction& operator=(Transaction const& other);
 
   /// Gives up the level that the object holds.

@@ -73,8 +73,8 @@ class CASEBOOK_EXPORT Variant {
   [[nodiscard]] std::string const& stringValue() const noexcept;
 
   /// The value as text: null is "", a number the fewest digits that read back to the same number ("nan", "inf" and
-  /// "-inf" for those). Magnitudes from 1e-5 up to 1e15 are written without an exponent. Equal values give the
-  /// same text.
+  /// "-inf" for those). Doubles of magnitudes from 1e-5 up to 1e15 are written without an exponent. Equal values give
+  /// the same text.
   [[nodiscard]] std::string toString() const;
 
   /// The 8 bytes behind the type as they stand; 0 for texts, whose word means nothing outside the process.

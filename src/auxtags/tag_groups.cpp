@@ -27,9 +27,7 @@ void TagGroups::refuseTakenName(std::string const& name) const {
   if (find(name)) throw varnel::ExceptionBase{"Duplicate tag group names are not allowed.", false};
 }
 
-DataTagGroup& TagGroups::insert(DataTagGroup group) {
-  return create(store_, sink_, std::move(group));
-}
+DataTagGroup& TagGroups::insert(DataTagGroup group) { return create(store_, sink_, std::move(group)); }
 
 DataTagGroup& TagGroups::add(std::string const& name) {
   refuseTakenName(name);
@@ -50,9 +48,9 @@ void TagGroups::insertTag(u64 uid, std::string const& tag, u64 index) {
   auto& group = store_.tagGroups.at(uid);
   if (index > group.tags.size())
     throw varnel::ExceptionBase{"Attempted to insert a tag beyond the end of its group.", true};
-  std::string added = tag;
+  std::string added = tag;  // which may be one of the group's own
   reserveOneMore(group.tags);
-  sink_.take(tagChange(group, Journal::TagAdded, tag, index));
+  sink_.take(tagChange(group, Journal::TagAdded, added, index));
   group.tags.insert(placeOf(group.tags, index), std::move(added));
 }
 

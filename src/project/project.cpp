@@ -51,7 +51,7 @@ void Project::setRootPath(std::string const& path) {
 }
 
 Transaction Project::startTransaction() {
-  components_->transactions.openLevel();
+  startTransaction(0);
   return Transaction{*this, 1};
 }
 void Project::startTransaction(u64) { components_->transactions.openLevel(); }
@@ -100,25 +100,34 @@ bool Project::isCompletelyUnlocked() const {
   return components_->transactions.depth() == 0 && isUnlocked(components_->store);
 }
 
-Connection Project::connectProjectChangePre(ChangeSlot slot) {
-  auto connection = components_->signals.changePre.connect(std::move(slot));
-  signalProjectChangePreConnected();
+namespace {
+
+/// Tells the project of the new connection; a hook that throws has not accepted it.
+template <class Hook>
+Connection announced(Connection connection, Hook const& hook) {
+  try {
+    hook();
+  } catch (...) {
+    connection.disconnect();
+    throw;
+  }
   return connection;
+}
+
+}  // namespace
+
+Connection Project::connectProjectChangePre(ChangeSlot slot) {
+  return announced(components_->signals.changePre.connect(std::move(slot)),
+                   [this] { signalProjectChangePreConnected(); });
 }
 Connection Project::connectProjectChange(ChangeSlot slot) {
-  auto connection = components_->signals.change.connect(std::move(slot));
-  signalProjectChangeConnected();
-  return connection;
+  return announced(components_->signals.change.connect(std::move(slot)), [this] { signalProjectChangeConnected(); });
 }
 Connection Project::connectProjectJournal(JournalSlot slot) {
-  auto connection = components_->signals.journal.connect(std::move(slot));
-  signalProjectJournalConnected();
-  return connection;
+  return announced(components_->signals.journal.connect(std::move(slot)), [this] { signalProjectJournalConnected(); });
 }
 Connection Project::connectProjectReset(ResetSlot slot) {
-  auto connection = components_->signals.reset.connect(std::move(slot));
-  signalProjectResetConnected();
-  return connection;
+  return announced(components_->signals.reset.connect(std::move(slot)), [this] { signalProjectResetConnected(); });
 }
 
 }  // namespace casebook

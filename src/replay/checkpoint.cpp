@@ -2,7 +2,6 @@
 
 #include "store/property.h"
 #include "store/table.h"
-#include "transactions/entity_codes.h"
 #include "transactions/payload.h"
 
 namespace casebook {

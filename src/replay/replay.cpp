@@ -73,19 +73,17 @@ void Replay::walk(std::vector<Journal::Command> const& commands, bool backwards)
 
 void Replay::process(Journal::Command const& command, bool backwards) {
   bool const inverseStored = (command.code & Journal::Inverse) != 0;
-  UndoData data{{command.payload.data(), command.payload.size()},
-                backwards != inverseStored,
-                withoutInverse(command.code)};
+  UndoData data{
+      {command.payload.data(), command.payload.size()}, backwards != inverseStored, withoutInverse(command.code)};
   if (!leavesColumns(data.code)) table_.settleRows();
   auto const found = processors_.find(data.code);
   (this->*(found == processors_.end() ? &Replay::processChangeItemCommand : found->second))(data);
 }
 
 /// An entity that is to be inserted brings a UID that can have been handed out and that nothing holds.
-template <class Entity>
 void Replay::requireFree(u64 uid) const {
   if (uid == 0 || uid >= firstInvalidUid) refuse("A journal command holds an invalid identifier.");
-  if (store_.map<Entity>().find(uid)) refuse("A journal command inserts a data entity that is there already.");
+  if (store_.holds(uid)) refuse("A journal command inserts a data entity that is there already.");
 }
 
 template <class Entity>
@@ -97,7 +95,7 @@ template <class Entity, class Owner>
 void Replay::insertOrRemove(UndoData& data, Owner& owner) {
   auto entity = readPayload<Entity>(data.reader);
   if (data.inverse) return remove<Entity>(entity.id);
-  requireFree<Entity>(entity.id);
+  requireFree(entity.id);
   owner.insert(std::move(entity));
 }
 
@@ -107,7 +105,7 @@ void Replay::processVariable(UndoData& data) {
     if (variable.id == store_.caseId->id) refuse("Cannot delete Case ID variable");
     return remove<DataVariable>(variable.id);
   }
-  requireFree<DataVariable>(variable.id);
+  requireFree(variable.id);
   if (variable.values.size() != table_.rowCount()) refuse("A journal command holds a column of the wrong length.");
   table_.insertVariable(std::move(variable));
 }
@@ -115,14 +113,14 @@ void Replay::processVariable(UndoData& data) {
 void Replay::processRecord(UndoData& data) {
   u64 const uid = readPayload<DataRecord>(data.reader).id;
   if (data.inverse) return remove<DataRecord>(uid);
-  requireFree<DataRecord>(uid);
+  requireFree(uid);
   table_.insertRecord(uid, table_.newRow());
 }
 
 void Replay::processRecordWithRow(UndoData& data) {
   auto record = readPayload<RecordRowPayload>(data.reader);
   if (data.inverse) return remove<DataRecord>(record.uid);
-  requireFree<DataRecord>(record.uid);
+  requireFree(record.uid);
   if (record.row.size() != store_.variables.size()) refuse("A journal command holds a row of the wrong length.");
   table_.insertRecord(record.uid, std::move(record.row));
 }
@@ -145,10 +143,8 @@ void Replay::processSetVariableStaticCommand(UndoData& data) {
   auto column = readPayload<StaticVariablePayload>(data.reader);
   auto& variable = store_.variables.at(column.uid);
   if (column.values.size() != table_.rowCount()) refuse("A journal command holds a column of the wrong length.");
-  if (data.inverse)
-    table_.makeCalculated(variable);
-  else
-    table_.makeStatic(variable, std::move(column.values));
+  if (data.inverse) table_.makeCalculated(variable);
+  else table_.makeStatic(variable, std::move(column.values));
 }
 
 void Replay::processChangeItemCommand(UndoData& data) {

@@ -59,7 +59,6 @@ class Replay {
   [[nodiscard]] bool applyToTagGroup(u64 uid, std::uint32_t code, Variant const& value);
   void applyTag(u64 group, u64 index, std::string const& tag, bool remove);
 
-  template <class Entity>
   void requireFree(u64 uid) const;
   template <class Entity>
   void remove(u64 uid);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <casebook/journal_codes.h>
+
 #include "store/entities.h"
 #include "store/store.h"
 
@@ -11,20 +13,49 @@ namespace casebook {
 enum class EntityKind : std::uint8_t { Project, Variable, Record, AuxFile, TagGroup, VariableRegex, PathRegex };
 constexpr std::size_t entityKinds = 7;
 
+/// What is listed of each kind of entity, here alone: a kind that is forgotten does not compile.
 template <class Entity>
-constexpr EntityKind kindOf = EntityKind::Project;
+struct EntityTraits;
 template <>
-inline constexpr EntityKind kindOf<DataVariable> = EntityKind::Variable;
+struct EntityTraits<ProjectTexts> {
+  static constexpr auto kind = EntityKind::Project;
+};
 template <>
-inline constexpr EntityKind kindOf<DataRecord> = EntityKind::Record;
+struct EntityTraits<DataVariable> {
+  static constexpr auto kind = EntityKind::Variable;
+  static constexpr std::uint32_t creationCode = Journal::VariableCreated;
+};
 template <>
-inline constexpr EntityKind kindOf<DataAuxFile> = EntityKind::AuxFile;
+struct EntityTraits<DataRecord> {
+  static constexpr auto kind = EntityKind::Record;
+  static constexpr std::uint32_t creationCode = Journal::RecordCreated;
+};
 template <>
-inline constexpr EntityKind kindOf<DataTagGroup> = EntityKind::TagGroup;
+struct EntityTraits<DataAuxFile> {
+  static constexpr auto kind = EntityKind::AuxFile;
+  static constexpr std::uint32_t creationCode = Journal::AuxFileCreated;
+};
 template <>
-inline constexpr EntityKind kindOf<DataVariableRegex> = EntityKind::VariableRegex;
+struct EntityTraits<DataTagGroup> {
+  static constexpr auto kind = EntityKind::TagGroup;
+  static constexpr std::uint32_t creationCode = Journal::TagGroupCreated;
+};
 template <>
-inline constexpr EntityKind kindOf<DataPathRegex> = EntityKind::PathRegex;
+struct EntityTraits<DataVariableRegex> {
+  static constexpr auto kind = EntityKind::VariableRegex;
+  static constexpr std::uint32_t creationCode = Journal::VariableRegexCreated;
+};
+template <>
+struct EntityTraits<DataPathRegex> {
+  static constexpr auto kind = EntityKind::PathRegex;
+  static constexpr std::uint32_t creationCode = Journal::PathRegexCreated;
+};
+
+template <class Entity>
+inline constexpr EntityKind kindOf = EntityTraits<Entity>::kind;
+/// The command that tells of a new entity; with Journal::Inverse of one that is erased.
+template <class Entity>
+inline constexpr std::uint32_t creationCode = EntityTraits<Entity>::creationCode;
 
 class Table;
 

@@ -23,7 +23,7 @@ struct DataBase {
 
   mutable std::uint32_t lockCount = 0;  ///< live handles; a handle counts on a const project too
   u64 id = 0;
-  std::uint8_t flag = 0;                ///< not 0 while the entity awaits its erasure
+  std::uint8_t flag = 0;  ///< not 0 while the entity awaits its erasure
 };
 
 struct DataVariable : DataBase {

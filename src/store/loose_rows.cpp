@@ -55,8 +55,7 @@ void LooseRows::settle(Store& store) {
   for (auto& variable : store.variables.all()) {
     auto& values = variable.values;
     cells.clear();
-    for (auto const& [record, loose] : tail)
-      cells.push_back(std::move(loose ? (*loose)[column] : values[record->row]));
+    for (auto const& [record, loose] : tail) cells.push_back(std::move(loose ? (*loose)[column] : values[record->row]));
     values.resize(first);
     values.insert(values.end(), std::move_iterator{cells.begin()}, std::move_iterator{cells.end()});
     ++column;

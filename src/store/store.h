@@ -50,6 +50,12 @@ struct Store {
   /// Keeps rule 1 for an entity that comes with its UID.
   void raiseUid(u64 uid) noexcept { nextUid = std::max(nextUid, uid + 1); }
 
+  /// Whether any entity has this UID.
+  [[nodiscard]] bool holds(u64 uid) const noexcept {
+    return records.find(uid) || variables.find(uid) || tagGroups.find(uid) || variableRegexs.find(uid) ||
+           pathRegexs.find(uid) || auxFiles.find(uid);
+  }
+
   template <class Entity, class Self>
   static auto& mapIn(Self& self) noexcept {
     if constexpr (std::is_same_v<Entity, DataRecord>) return self.records;

@@ -60,7 +60,8 @@ DataVariable& Table::insertVariable(DataVariable variable) {
 }
 
 void Table::setVariableType(DataVariable& variable, VariableType type) {
-  if (variable.type == VariableType::CaseStatus || type == VariableType::CaseStatus || store_.wasStatusVariable(variable.id))
+  if (variable.type == VariableType::CaseStatus || type == VariableType::CaseStatus ||
+      store_.wasStatusVariable(variable.id))
     throw varnel::ExceptionBase{"Only activating records makes a Case Status variable.", true};
   replayVariableType(variable, type);
 }
@@ -70,8 +71,8 @@ void Table::replayVariableType(DataVariable& variable, VariableType type) {
   if (becomesStatus && store_.statusVariable && store_.statusVariable != &variable) refuseSecondStatusVariable();
   auto const former = variable.type;
   if (former == VariableType::CaseStatus) store_.formerStatusVariables.push_back(variable.id);
-  PropertyChange change{EntityKind::Variable, variable.id,    Journal::VariableTypeSet,
-                        itemValue(former),    itemValue(type)};
+  PropertyChange change{EntityKind::Variable, variable.id, Journal::VariableTypeSet, itemValue(former),
+                        itemValue(type)};
   change.startsItem = becomesStatus || former == VariableType::CaseStatus;
   sink_.take(change);
   takeStatusType(variable, type);

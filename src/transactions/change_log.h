@@ -103,7 +103,8 @@ template <class Journal>
 void ChangeLog::keepItem(PropertyChange const& change, Journal&& journal) {
   auto& kept = items(change.kind);
   auto const [place, isNew] = kept.try_emplace(Key{change.uid, change.code});
-  ChangeItem item{isNew || change.startsItem ? change.before : place->second.oldValue, change.after, change.index, change.uid, change.code};
+  ChangeItem item{isNew || change.startsItem ? change.before : place->second.oldValue, change.after, change.index,
+                  change.uid, change.code};
   try {
     journal(std::as_const(item));
   } catch (...) {

@@ -1,7 +1,6 @@
 #include "transactions/recorder.h"
 
 #include "store/table.h"
-#include "transactions/entity_codes.h"
 
 namespace casebook {
 
@@ -49,7 +48,8 @@ void Recorder::record(Erasure<Entity> const& change) {
 void Recorder::record(RecordErasure const& change) {
   log_.keepErasure(EntityKind::Record, change.record.id, [&] {
     if (!journalling()) return;
-    journal(Journal::RecordErased, RecordRowPayload{change.record.id, change.auxFiles, change.table.row(change.record)});
+    journal(Journal::RecordErased,
+            RecordRowPayload{change.record.id, change.auxFiles, change.table.row(change.record)});
   });
 }
 

@@ -1,12 +1,17 @@
 #include "transactions/signals.h"
 
+#include <casebook/exception_base.h>
+
 namespace casebook {
 
 class Connection::Link {
  public:
-  Link(boost::signals2::connection connection, std::shared_ptr<u64> slots)
-      : connection_{std::move(connection)}, slots_{std::move(slots)} {}
+  explicit Link(std::shared_ptr<u64> slots) : slots_{std::move(slots)} {}
 
+  void hold(boost::signals2::connection connection) noexcept {
+    connection_.swap(connection);
+    ++*slots_;
+  }
   void disconnect() {
     if (!connection_.connected()) return;
     connection_.disconnect();
@@ -27,9 +32,10 @@ bool Connection::connected() const noexcept { return link_ && link_->connected()
 
 template <class... Arguments>
 Connection Signal<Arguments...>::connect(std::function<void(Arguments...)> slot) {
-  Connection connection{std::make_shared<Connection::Link>(signal_.connect(std::move(slot)), slots_)};
-  ++*slots_;
-  return connection;
+  if (!slot) throw varnel::ExceptionBase{"A slot must be callable.", true};
+  auto link = std::make_shared<Connection::Link>(slots_);
+  link->hold(signal_.connect(std::move(slot)));
+  return Connection{std::move(link)};
 }
 
 template class Signal<TransactionRecord const&>;

@@ -7,6 +7,7 @@
 namespace casebook {
 namespace {
 
+using test::BlockStore;
 using test::CurrentProject;
 using test::refusalOf;
 using test::stateOf;
@@ -67,6 +68,21 @@ TEST(TagGroups, KeepTheirOrderAndRefuseWhatDoesNotFit) {
   EXPECT_EQ(refusalOf([&] { p.insertTag(group, "x", ~u64{0}); }), beyond);
   EXPECT_EQ(refusalOf([&] { p.removeTag(other, "a"); }), absent);
   EXPECT_EQ(stateOf(p), before);
+}
+
+TEST(TagGroups, TakeATagOfTheirOwnHoweverFullTheyAre) {
+  CurrentProject const project;
+  BlockStore const journal{*project};
+  u64 const group = project->addTagGroup("g").id();
+  project->addTag(group, "a tag that is too long to be kept in place");
+  for (int i = 0; i < 20; ++i) project->addTag(group, project->tags(group).front());
+  project->startTransaction().commit();
+  auto const copy = createProject();
+  test::replay(*copy, journal.blocks.front());
+  EXPECT_EQ(stateOf(*copy), stateOf(*project));
+  EXPECT_TRUE(TagGroupNameIs{"g"}(WeakPtr<TagGroup>{group}));
+  EXPECT_FALSE(TagGroupNameIs{"G"}(WeakPtr<TagGroup>{group}));
+  EXPECT_FALSE(TagGroupNameIs{""}(WeakPtr<TagGroup>{99}));
 }
 
 TEST(Rules, KeepTheirPatternAndTarget) {
