@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
   casebook::bench::registerSetValue();
   casebook::bench::registerOneCellTransaction();
   casebook::bench::registerAddRecord();
+  casebook::bench::registerUndo();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
 }

@@ -12,5 +12,6 @@ void registerMemory();
 void registerSetValue();
 void registerOneCellTransaction();
 void registerAddRecord();
+void registerUndo();
 
 }  // namespace casebook::bench
