@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <ranges>
 
 namespace casebook::cli {
 namespace {
@@ -119,7 +120,7 @@ class SetCommand : public Command {
       return ExitCode::Ok;
     }
     checkIsFree(project, wish);
-    open.file().edit(label(wish), [&](Transaction& transaction) { wish.write(transaction, record); });
+    open.edit(label(wish), [&](Transaction& transaction) { wish.write(transaction, record); });
     fmt::print(console.out, "Case {}, {}: {} -> {}\n", case_, inQuotes(variable_), valueWords(before),
                valueWords(wish.value));
     return ExitCode::Ok;
@@ -152,7 +153,7 @@ class AddCaseCommand : public Command {
     Project& project = open.project();
     std::vector<CellWish> const wishes = readWishes(project);
     std::uint32_t const id = identifier(project, wishes);
-    open.file().edit(label(id, wishes), [&](Transaction& transaction) {
+    open.edit(label(id, wishes), [&](Transaction& transaction) {
       auto const record = transaction->addRecord();
       CellWish{1, VariableType::CaseIdentifier, {}, caseIdValue(id)}.write(transaction, record);
       for (CellWish const& wish : wishes) wish.write(transaction, record);
@@ -163,11 +164,12 @@ class AddCaseCommand : public Command {
 
  private:
   static std::string label(std::uint32_t id, std::vector<CellWish> const& wishes) {
+    constexpr std::size_t named = 3;
     std::string words = fmt::format("add case {}", id);
-    for (CellWish const& wish : wishes)
+    for (CellWish const& wish : wishes | std::views::take(named))
       words +=
           fmt::format("{} {} {}", &wish == &wishes.front() ? ":" : ",", inQuotes(wish.name), valueWords(wish.value));
-    return words;
+    return wishes.size() > named ? fmt::format("{} and {} more", words, wishes.size() - named) : words;
   }
 
   std::vector<CellWish> readWishes(Project& project) const {

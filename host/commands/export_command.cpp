@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include <optional>
+#include <vector>
 
 namespace casebook::cli {
 namespace {
@@ -33,34 +34,43 @@ class ExportCommand : public Command {
 
   ExitCode run(Console& console) override {
     OpenProject open{file_, untilDamage_ ? OpenProject::For::ReadingUntilDamage : OpenProject::For::Reading, console};
-    Progress progress{console, fmt::format("Exporting {}", printable(file_))};
-    auto const tell = [&](std::size_t done, std::size_t total) { progress(done, total); };
-    if (output_ && *output_ != "-") {
-      OutputFile out{*output_, file_};
-      write(open.project(), out.stream(), tell);
-      out.commit();
-    } else {
-      write(open.project(), console.out, tell);
-    }
+    auto const types = giveOut(open.project(), console);
     auto const& damage = open.file().damage();
-    if (!damage) return ExitCode::Ok;
-    printWarning(console, fmt::format("{} Everything before it is given out.", printable(damage->what())));
-    return ExitCode::Damage;
+    if (damage) printWarning(console, fmt::format("{} Everything before it is given out.", printable(damage->what())));
+    hint(types, console);
+    return damage ? ExitCode::Damage : ExitCode::Ok;
   }
 
  private:
   static constexpr char const* help =
       R"(CSV: "Case ID" comes first. A null is an empty field; a number is the shortest text that reads back to it, or
-nan, inf, -inf; texts are given out byte for byte.
+nan, inf, -inf; texts are given out byte for byte. Columns that import would take for another type are named
+afterwards, with the --type that each needs.
 JSON: "variables" describes the columns, "cases" has an array of cells for each case. A null is null; nan, inf and
 -inf are strings; a text that is not UTF-8 is {"hex": "..."}, its bytes in hexadecimal.)";
 
-  void write(Project& project, std::ostream& out, ExportProgress const& progress) const {
-    if (json_) {
-      exportJson(project, out, progress);
-    } else {
-      exportCsv(project, out, {',', crlf_ ? "\r\n" : "\n"}, progress);
-    }
+  /// Returns the columns that an import needs to be told the type of.
+  std::vector<std::string> giveOut(Project& project, Console& console) const {
+    Progress progress{console, fmt::format("Exporting {}", printable(file_))};
+    auto const tell = [&](std::size_t done, std::size_t total) { progress(done, total); };
+    if (!output_ || *output_ == "-") return write(project, console.out, tell);
+    OutputFile out{*output_, file_};
+    auto types = write(project, out.stream(), tell);
+    out.commit();
+    return types;
+  }
+
+  std::vector<std::string> write(Project& project, std::ostream& out, ExportProgress const& progress) const {
+    if (csv_) return exportCsv(project, out, {',', crlf_ ? "\r\n" : "\n"}, progress);
+    exportJson(project, out, progress);
+    return {};
+  }
+
+  static void hint(std::vector<std::string> const& types, Console& console) {
+    if (types.empty()) return;
+    std::string options;
+    for (std::string const& type : types) options += fmt::format(" --type \"{}\"", printable(type));
+    printHint(console, fmt::format("To bring back every type, import with{}", options));
   }
 
   std::string file_;

@@ -118,7 +118,7 @@ A column "Case ID" numbers the cases; a column "Case Status" holds "Active" or "
     try {
       text = decodeTable(source.read(console), encoding());
     } catch (CsvError const& e) {
-      throw Failure{at(source.name(), e.place(), e.what()), "--encoding latin1 reads a table in ISO 8859-1."};
+      throw Failure{at(source.name(), e.place(), e.what()), e.hint()};
     }
     std::string hint;
     if (auto const likelier = likelierSeparator(text, separator))
@@ -153,7 +153,7 @@ A column "Case ID" numbers the cases; a column "Case Status" holds "Active" or "
     Progress progress{console, fmt::format("Importing {}", source.name())};
     std::string const label = fmt::format("import {}: {}, {}", source.shortName(), counted(table.rows(), "case"),
                                           counted(plan.columns.size(), "column"));
-    open.file().edit(label, [&](Transaction& transaction) {
+    open.edit(label, [&](Transaction& transaction) {
       importTable(transaction, table, plan, wishes_.missing,
                   [&](std::size_t done, std::size_t total) { progress(done, total); });
     });

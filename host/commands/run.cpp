@@ -18,9 +18,10 @@ namespace {
 
 constexpr std::string_view exitCodes = R"(Exit codes:
   0  done; also when a write that was cut off had to be left out (a warning says so)
-  1  refused, or could not be done: nothing of it is in the project
+  1  refused, or could not be done: nothing of it is in the project, unless the message says otherwise
   2  the command line cannot be understood
   3  export --until-damage met damage and gave out everything before it
+  4  the change is stored, but stdout could not be written
 )";
 
 Commands allCommands() {
@@ -55,28 +56,83 @@ Command& find(Commands const& commands, std::string const& name) {
                 "casebook --help lists the commands.", ExitCode::Usage};
 }
 
-/// Whether an argument before any "--" looks like an option and is none.
-bool holdsStrangeOption(CLI::App const& app, std::vector<std::string> const& arguments) {
-  auto const end = std::ranges::find(arguments, "--");
-  return std::any_of(arguments.begin(), end, [&](std::string const& argument) {
+/// What a person wrote behind a command, looked at where the parser only says that it is wrong.
+class WrittenArguments {
+ public:
+  WrittenArguments(CLI::App& app, std::vector<std::string> const& arguments)
+      : app_{app}, all_{arguments}, end_{std::ranges::find(arguments, "--")} {
+    collect(app);
+    for (CLI::App* group : app.get_subcommands([](CLI::App*) { return true; })) collect(*group);
+  }
+
+  /// Throws Failure where an option's value is itself the name of one: a value was forgotten, most likely.
+  void checkValues() const {
+    for (auto argument = all_.begin(); argument != end_; ++argument) {
+      auto const* const option = optionOf(*argument);
+      if (option == nullptr || option->get_expected_min() == 0 || hasValueWithin(*argument)) continue;
+      if (++argument == end_) return;
+      if (isHelp(*argument) || optionOf(*argument) != nullptr)
+        throw Failure{fmt::format("{} has no value: {} is an option.", argument[-1], inQuotes(*argument)),
+                      fmt::format("For a value that is named like an option write --{}={}",
+                                  option->get_lnames().front(), printable(*argument)),
+                      ExitCode::Usage};
+    }
+  }
+
+  [[nodiscard]] std::string hint() const {
+    auto const strange = std::find_if(all_.begin(), end_, [this](auto const& argument) { return isStrange(argument); });
+    std::string const help = fmt::format("{} --help tells more.", app_.get_name());
+    if (strange == end_) return help;
+    std::string const dashes =
+        fmt::format("For a value or a name that begins with \"-\", write -- before it: {} ... -- -x", app_.get_name());
+    if (isHelp(*strange)) return fmt::format("{} {}", help, dashes);
+    std::string const near = nearest(nameOf(*strange), names_);
+    return near.empty() ? dashes : near;
+  }
+
+ private:
+  void collect(CLI::App const& app) {
+    for (CLI::Option const* option : app.get_options())
+      for (std::string const& name : option->get_lnames()) names_.push_back("--" + name);
+  }
+
+  static bool isHelp(std::string const& argument) { return argument == "-h" || argument == "--help"; }
+
+  /// As in --output=x and -ox.
+  static bool hasValueWithin(std::string const& argument) {
+    return argument.starts_with("--") ? argument.find('=') != std::string::npos : argument.size() > 2;
+  }
+
+  [[nodiscard]] CLI::Option const* optionOf(std::string const& argument) const {
+    if (!argument.starts_with('-') || argument == "-") return nullptr;
+    return app_.get_option_no_throw(argument.substr(0, argument.starts_with("--") ? argument.find('=') : 2));
+  }
+
+  [[nodiscard]] bool isStrange(std::string const& argument) const {
     bool const isNumber = argument.size() > 1 && argument[1] >= '0' && argument[1] <= '9';
-    if (!argument.starts_with('-') || argument == "-" || isNumber) return false;
-    std::string const name = argument.substr(0, argument.starts_with("--") ? argument.find('=') : 2);
-    return app.get_option_no_throw(name) == nullptr;
-  });
-}
+    return argument.starts_with('-') && argument != "-" && !isNumber && optionOf(argument) == nullptr;
+  }
+
+  /// As a long option; a letter alone is near to too much.
+  static std::string nameOf(std::string const& argument) {
+    std::string name = argument;
+    name.erase(0, name.find_first_not_of('-'));
+    return name.size() < 2 ? "" : "--" + name.substr(0, name.find('='));
+  }
+
+  CLI::App& app_;
+  std::vector<std::string> const& all_;
+  std::vector<std::string>::const_iterator end_;
+  std::vector<std::string> names_;
+};
 
 void parse(CLI::App& app, std::vector<std::string> const& arguments) {
+  WrittenArguments const written{app, arguments};
+  written.checkValues();
   try {
     app.parse(std::vector<std::string>{arguments.rbegin(), arguments.rend()});
-  } catch (CLI::CallForHelp const&) {
-    throw;
   } catch (CLI::ParseError const& e) {
-    std::string hint = fmt::format("{} --help tells more.", app.get_name());
-    if (holdsStrangeOption(app, arguments))
-      hint =
-          fmt::format("For a value or a name that begins with \"-\", write -- before it: {} ... -- -x", app.get_name());
-    throw Failure{printable(e.what()), hint, ExitCode::Usage};
+    throw Failure{printable(e.what()), written.hint(), ExitCode::Usage};
   }
 }
 
@@ -85,12 +141,12 @@ ExitCode runCommand(Command& command, std::vector<std::string> const& arguments,
   app.get_formatter()->column_width(32);
   app.get_formatter()->label("REQUIRED", "");
   command.declare(app);
-  try {
-    parse(app, arguments);
-  } catch (CLI::CallForHelp const&) {
+  if (!arguments.empty() && (arguments.front() == "-h" || arguments.front() == "--help")) {
     console.out << app.help();
     return ExitCode::Ok;
   }
+  app.set_help_flag();  // anywhere else, --help may be a value that was not meant as an option
+  parse(app, arguments);
   return command.run(console);
 }
 
@@ -119,15 +175,18 @@ ExitCode report(Console& console, Failure const& failure) {
   return failure.code();
 }
 
-/// Prints the exception that is being handled.
-ExitCode reportCurrent(Console& console) {
+/// Prints the exception that is being handled. `rescues` says that the person knows of --until-damage.
+ExitCode reportCurrent(Console& console, bool rescues) {
   try {
     throw;
   } catch (Failure const& e) {
     return report(console, e);
   } catch (DamageError const& e) {
-    return report(console, Failure{printable(e.what()),
-                                   "casebook export FILE --csv --until-damage gives out what stands before it."});
+    bool const nothingBefore = rescues || e.offset() == 0;
+    return report(
+        console,
+        Failure{printable(e.what()),
+                nothingBefore ? "" : "casebook export FILE --csv --until-damage gives out what stands before it."});
   } catch (std::bad_alloc const&) {
     return report(console, Failure{"There is not enough memory for this."});
   } catch (std::exception const& e) {
@@ -138,10 +197,14 @@ ExitCode reportCurrent(Console& console) {
 }  // namespace
 
 ExitCode run(std::vector<std::string> arguments, Console& console) noexcept {
+  bool const rescues = std::ranges::find(arguments, "--until-damage") != arguments.end();
   try {
     return dispatch(std::move(arguments), console);
   } catch (...) {
-    return reportCurrent(console);
+    ExitCode const code = reportCurrent(console, rescues);
+    if (!console.stored) return code;
+    printError(console, "The change is stored; only what came after it failed.");
+    return ExitCode::Untold;
   }
 }
 

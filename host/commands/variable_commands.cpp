@@ -37,8 +37,8 @@ class AddVariableCommand : public Command {
     OpenProject open{file_, OpenProject::For::Writing, console};
     checkNewName(open.project(), name_);
     auto const nature = independent_ ? VariableNature::Independent : VariableNature::Unspecified;
-    open.file().edit(fmt::format("add variable {} ({})", inQuotes(name_), type_),
-                     [&](Transaction& transaction) { transaction->addVariable(name_, nature, *type, value); });
+    open.edit(fmt::format("add variable {} ({})", inQuotes(name_), type_),
+              [&](Transaction& transaction) { transaction->addVariable(name_, nature, *type, value); });
     fmt::print(console.out, "Added variable {} ({}); every case holds {}.\n", inQuotes(name_), type_,
                valueWords(value));
     return ExitCode::Ok;
@@ -71,15 +71,13 @@ class RenameCommand : public Command {
   }
 
   ExitCode run(Console& console) override {
+    checkNotBuiltIn(variable_, "name");
     OpenProject open{file_, OpenProject::For::Writing, console};
     u64 const uid = findVariable(open.project(), variable_).id();
-    auto const type = open.project().variableType(uid);
-    if (type == VariableType::CaseIdentifier || type == VariableType::CaseStatus)
-      throw Failure{fmt::format("{} is built in and keeps its name.", inQuotes(variable_))};
     checkNewName(open.project(), newName_);
     std::string const words = fmt::format("{} to {}", inQuotes(variable_), inQuotes(newName_));
-    open.file().edit(fmt::format("rename {}", words),
-                     [&](Transaction& transaction) { transaction->setVariableName(uid, newName_); });
+    open.edit(fmt::format("rename {}", words),
+              [&](Transaction& transaction) { transaction->setVariableName(uid, newName_); });
     fmt::print(console.out, "Renamed {}.\n", words);
     return ExitCode::Ok;
   }
@@ -110,6 +108,7 @@ class SetNatureCommand : public Command {
           fmt::format("{} is no nature: independent, none, or a whole number below 4294967296.", inQuotes(nature_)),
           {},
           ExitCode::Usage};
+    checkNotBuiltIn(variable_, "nature");
     OpenProject open{file_, OpenProject::For::Writing, console};
     u64 const uid = findVariable(open.project(), variable_).id();
     if (open.project().variableNature(uid) == *nature) {
@@ -117,8 +116,8 @@ class SetNatureCommand : public Command {
       return ExitCode::Ok;
     }
     std::string const words = fmt::format("nature of {} to {}", inQuotes(variable_), natureWord(*nature));
-    open.file().edit(fmt::format("set {}", words),
-                     [&](Transaction& transaction) { transaction->setVariableNature(uid, *nature); });
+    open.edit(fmt::format("set {}", words),
+              [&](Transaction& transaction) { transaction->setVariableNature(uid, *nature); });
     fmt::print(console.out, "Set the {}.\n", words);
     return ExitCode::Ok;
   }

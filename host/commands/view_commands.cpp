@@ -19,6 +19,7 @@ namespace {
 /// One of the project's texts, and the option that sets it.
 struct ProjectText {
   std::string_view option;
+  std::string_view placeholder;
   std::string_view heading;
   std::string_view help;
   std::string (Project::*get)() const;
@@ -26,11 +27,11 @@ struct ProjectText {
 };
 
 constexpr std::array projectTexts{
-    ProjectText{"--name", "Name", "Sets the project's name", &Project::friendlyName, &Project::setFriendlyName},
-    ProjectText{"--description", "Description", "Sets the description", &Project::description,
+    ProjectText{"--name", "TEXT", "Name", "Sets the project's name", &Project::friendlyName, &Project::setFriendlyName},
+    ProjectText{"--description", "TEXT", "Description", "Sets the description", &Project::description,
                 &Project::setDescription},
-    ProjectText{"--root", "Root folder", "Sets the folder to which paths of files are relative", &Project::rootPath,
-                &Project::setRootPath}};
+    ProjectText{"--root", "DIR", "Root folder", "Sets the folder to which paths of files are relative",
+                &Project::rootPath, &Project::setRootPath}};
 
 class InfoCommand : public Command {
  public:
@@ -40,7 +41,7 @@ class InfoCommand : public Command {
     addFileArgument(app, file_);
     for (std::size_t i = 0; i < projectTexts.size(); ++i)
       app.add_option(std::string{projectTexts[i].option}, wishes_[i], std::string{projectTexts[i].help})
-          ->option_text("TEXT");
+          ->option_text(std::string{projectTexts[i].placeholder});
   }
 
   ExitCode run(Console& console) override {
@@ -69,7 +70,7 @@ class InfoCommand : public Command {
       fmt::print(console.out, "Nothing to change.\n");
       return;
     }
-    open.file().edit(label, [&](Transaction& transaction) {
+    open.edit(label, [&](Transaction& transaction) {
       for (std::size_t i : changed) (transaction.project().*projectTexts[i].set)(*wishes_[i]);
     });
     for (std::size_t i : changed)

@@ -15,6 +15,7 @@ struct Console {
   bool colourOut = false;
   bool colourErr = false;
   bool showProgress = false;
+  bool stored = false;  ///< a change is in the project's file: no failure may deny it any more
 };
 
 /// The facts about the terminal of this process; NO_COLOR and TERM=dumb switch colours off.

@@ -14,7 +14,8 @@ enum class ExitCode {
   Ok = 0,
   Failed = 1,  ///< refused, or could not be done; nothing of it is in the project
   Usage = 2,   ///< the command line cannot be understood
-  Damage = 3   ///< `export --until-damage` met damage and gave out everything before it
+  Damage = 3,  ///< `export --until-damage` met damage and gave out everything before it
+  Untold = 4   ///< the change is stored, but could not be told of on stdout
 };
 
 /// Why a command cannot do what it was asked to, a line for each reason.

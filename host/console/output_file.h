@@ -7,9 +7,13 @@
 
 namespace casebook::cli {
 
+/// Throws Failure when what is printed on stdout would go into the file `keep`.
+void refuseStdoutInto(std::filesystem::path const& keep);
+
 /// A file that takes the place of its name only when it is whole: it is written beside and renamed by `commit`. A
 /// link is followed, and the permissions of a file that is replaced stay. What is no regular file (a pipe, a
-/// terminal) is written to as it is.
+/// terminal) is written to as it is, and so is what a name under /dev or /proc leads to: that is a file which is open
+/// already, such as stdout.
 class OutputFile {
  public:
   /// Throws Failure when the file cannot be made, and when `path` is the file `keep`, by whatever name.
@@ -19,12 +23,14 @@ class OutputFile {
   ~OutputFile();
 
   [[nodiscard]] std::ostream& stream() { return *stream_; }
-  /// Throws Failure when something could not be written; the earlier file is untouched then.
+  /// Throws Failure when something could not be written, and the earlier file is untouched then; also when the new one
+  /// has its name, but perhaps not after a loss of power.
   void commit();
 
  private:
   explicit OutputFile(std::filesystem::path const& path);
   void openBeside();
+  void syncFolder() const;
   [[noreturn]] void fail(int error) const;
   void check(int result) const;
 

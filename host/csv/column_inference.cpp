@@ -4,6 +4,16 @@
 
 namespace casebook::cli {
 
+namespace {
+
+// A number that was written another way, such as "1,5", is more than a word for a missing one.
+bool beginsLikeNumber(std::string_view word) {
+  std::size_t const first = word.find_first_not_of(" +-.,");
+  return first != std::string_view::npos && word[first] >= '0' && word[first] <= '9';
+}
+
+}  // namespace
+
 ColumnGuess guessColumn(CsvTable const& table, std::size_t column, MissingWords const& missing) {
   std::size_t numbers = 0;
   ColumnGuess guess;
@@ -20,7 +30,7 @@ ColumnGuess guessColumn(CsvTable const& table, std::size_t column, MissingWords 
     }
   }
   guess.isNumber = numbers > 0 && guess.loneWordCount == 0;
-  bool const isHint = numbers > 0 && guess.loneWord.find_first_of("0123456789") == std::string::npos;
+  bool const isHint = numbers > 0 && !beginsLikeNumber(guess.loneWord);
   return isHint ? guess : ColumnGuess{guess.isNumber, {}, 0};
 }
 

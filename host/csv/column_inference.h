@@ -12,7 +12,8 @@ using MissingWords = std::set<std::string, std::less<>>;
 
 struct ColumnGuess {
   bool isNumber = false;
-  /// The word, without digits, that alone keeps a column of numbers from being one, and in how many cells it stands.
+  /// The word, not one that begins like a number, that alone keeps a column of numbers from being one, and in how many
+  /// cells it stands.
   std::string loneWord;
   std::size_t loneWordCount = 0;
 };

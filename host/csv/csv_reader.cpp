@@ -37,6 +37,9 @@ class CsvParser {
     std::size_t const before = table_.cells_.size();
     row();
     std::size_t const found = table_.cells_.size() - before;
+    bool const isEmpty = text_[start] == '\n' || text_[start] == '\r';
+    if (isEmpty && table_.columns_ > 1)
+      fail(start, fmt::format("This line is empty, the header has {} fields.", table_.columns_));
     if (found != table_.columns_)
       fail(start, fmt::format("This row has {}, the header has {}.", counted(found, "field"), table_.columns_));
   }
@@ -107,19 +110,46 @@ class CsvParser {
   char separator_;
 };
 
+std::size_t CsvTable::linesBetween(std::size_t from, std::size_t to) const {
+  return static_cast<std::size_t>(std::ranges::count(std::string_view{*source_}.substr(from, to - from), '\n'));
+}
+
 CsvTable CsvTable::parse(std::string source, char separator) { return CsvParser{std::move(source), separator}.parse(); }
 
 std::string decodeTable(std::string bytes, Encoding encoding) {
-  if (encoding == Encoding::Latin1) return latin1ToUtf8(bytes);
   if (bytes.starts_with("\xef\xbb\xbf")) bytes.erase(0, 3);
-  std::size_t const bad = encoding == Encoding::Utf8 ? firstInvalidUtf8(bytes) : std::string_view::npos;
+  if (encoding == Encoding::Bytes) return bytes;
+  if (bytes.starts_with("\xff\xfe") || bytes.starts_with("\xfe\xff"))
+    throw CsvError{{}, "The table is in UTF-16; save the table as UTF-8."};
+  if (encoding == Encoding::Latin1) return latin1ToUtf8(bytes);
+  std::size_t const bad = firstInvalidUtf8(bytes);
   if (bad == std::string_view::npos) return bytes;
-  throw CsvError{placeIn(bytes, bad), fmt::format("The byte 0x{:02X} is not UTF-8 here.",
-                                                  static_cast<unsigned>(static_cast<unsigned char>(bytes[bad])))};
+  bool const isText = bytes.find('\0') == std::string::npos;
+  throw CsvError{placeIn(bytes, bad),
+                 fmt::format("The byte 0x{:02X} is not UTF-8 here.",
+                             static_cast<unsigned>(static_cast<unsigned char>(bytes[bad]))),
+                 isText ? "--encoding latin1 reads a table in ISO 8859-1." : ""};
 }
 
+namespace {
+
+/// The first line without what stands in quotes.
+std::string unquotedHeader(std::string_view source) {
+  std::string header;
+  bool quoted = false;
+  for (char c : source) {
+    if (c == '"') quoted = !quoted;
+    if (quoted) continue;
+    if (c == '\n') break;
+    header += c;
+  }
+  return header;
+}
+
+}  // namespace
+
 std::optional<char> likelierSeparator(std::string_view source, char separator) {
-  std::string_view const header = source.substr(0, source.find('\n'));
+  std::string const header = unquotedHeader(source);
   if (header.find(separator) != std::string_view::npos) return {};
   for (char candidate : {';', '\t'})
     if (header.find(candidate) != std::string_view::npos) return candidate;

@@ -23,11 +23,15 @@ struct Place {
 /// What is wrong with a table's text, and where.
 class CsvError : public std::runtime_error {
  public:
-  CsvError(Place place, std::string const& message) : std::runtime_error{message}, place_{place} {}
+  CsvError(Place place, std::string const& message, std::string hint = {})
+      : std::runtime_error{message}, place_{place}, hint_{std::move(hint)} {}
   [[nodiscard]] Place place() const noexcept { return place_; }
+  /// What the person may do about it; empty when nothing is known.
+  [[nodiscard]] std::string const& hint() const noexcept { return hint_; }
 
  private:
   Place place_;
+  std::string hint_;
 };
 
 struct CsvCell {
@@ -60,6 +64,8 @@ class CsvTable {
   }
   /// Counts from the start of the source: for messages.
   [[nodiscard]] Place place(CsvCell const& cell) const { return placeIn(*source_, cell.offset); }
+  /// How many lines lie between two offsets in the source.
+  [[nodiscard]] std::size_t linesBetween(std::size_t from, std::size_t to) const;
 
  private:
   friend class CsvParser;
@@ -77,7 +83,8 @@ enum class Encoding {
   Bytes    ///< taken as they are
 };
 
-/// The bytes of a file as UTF-8, without a byte-order mark. Throws CsvError where they are not UTF-8.
+/// The bytes of a file as UTF-8, without a byte-order mark. Throws CsvError where they are not what the
+/// encoding says; Bytes is never wrong.
 [[nodiscard]] std::string decodeTable(std::string bytes, Encoding encoding);
 
 /// The separator that a header seems to be written with when it is one field for this one: ';' or a tab.

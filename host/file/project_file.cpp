@@ -43,7 +43,8 @@ DamageError::~DamageError() = default;
 ///
 ///   idle       blocks that leave the project wait in `waiting_`
 ///     edit       writes what waits as `flush` does, then -> editing
-///     flush      what waits becomes frames; where that fails it goes on waiting, after a lost write -> closed
+///     flush      what waits becomes frames, block by block; where that fails the rest goes on waiting, after a lost
+///                write -> closed
 ///   editing    a transaction is open or ending; its blocks, too, wait in `waiting_`
 ///     written    -> idle
 ///     failed     its blocks are dropped; had there been any -> replaying, else as when replayed
@@ -91,6 +92,7 @@ class ProjectFile::Impl {
   void requireOpen() const;
   void requireWritable();
   void requireEnded();
+  void writeWaiting();
   void write(std::string const& first, std::string const& others);
   void abandon(std::string whyClose);
   [[noreturn]] void throwClosed() const;
@@ -174,12 +176,28 @@ bool ProjectFile::Impl::edit(std::string_view label, std::function<void(Transact
 void ProjectFile::Impl::flush() {
   requireWritable();
   if (blockLost_) closeAndThrow("there was no memory to keep a change that left the project outside an edit");
-  if (waiting_.empty()) return;
   try {
-    write(std::string{outsideLabel}, std::string{outsideLabel});
+    writeWaiting();
   } catch (LostWriteError const& failure) {
     closeAndThrow(failure.what());
   }
+}
+
+// Each block by itself: frames of one write count only together, so that what breaks one of them would be taken for a
+// write that was cut off, and all of them for lost.
+void ProjectFile::Impl::writeWaiting() {
+  std::size_t written = 0;
+  auto const drop = [&] { waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(written)); };
+  try {
+    for (; written < waiting_.size(); ++written) {
+      waiting_[written].label = outsideLabel;
+      log_.append({&waiting_[written], 1});
+    }
+  } catch (...) {
+    drop();
+    throw;
+  }
+  drop();
 }
 
 void ProjectFile::Impl::write(std::string const& first, std::string const& others) {

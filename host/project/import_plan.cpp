@@ -13,13 +13,40 @@
 #include <map>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 
 namespace casebook::cli {
 namespace {
 
 using Role = PlannedColumn::Role;
 
-/// Collects what is wrong with a table, and after the first few only counts it.
+/// Line numbers that grow: "lines 10, 12-15".
+class LineNumbers {
+ public:
+  void add(std::size_t line) {
+    if (!ranges_.empty() && line <= ranges_.back().second + 1) {
+      ranges_.back().second = line;
+    } else {
+      ranges_.emplace_back(line, line);
+    }
+  }
+
+  [[nodiscard]] std::string words() const {
+    std::string words;
+    for (auto const& [first, last] : ranges_) {
+      words += fmt::format("{}{}", words.empty() ? "" : ", ", first);
+      if (last != first) words += fmt::format("-{}", last);
+    }
+    bool const isOne = ranges_.size() == 1 && ranges_.front().first == ranges_.front().second;
+    return fmt::format("{} {}", isOne ? "line" : "lines", words);
+  }
+
+ private:
+  std::vector<std::pair<std::size_t, std::size_t>> ranges_;
+};
+
+/// Collects what is wrong with cells, in the order in which they stand in the table: of the first few a sentence, of
+/// the others the line.
 class Problems {
  public:
   Problems(CsvTable const& table, std::string_view source) : table_{table}, source_{source} {}
@@ -27,23 +54,32 @@ class Problems {
   /// `message` makes the sentence, when it is needed.
   template <class Message>
   void add(CsvCell const& cell, Message const& message) {
-    if (++found_ <= 8) lines_.push_back(at(source_, table_.place(cell), message()));
+    line_ += table_.linesBetween(std::exchange(offset_, cell.offset), cell.offset);
+    if (++found_ <= 8) {
+      sentences_.push_back(at(source_, table_.place(cell), message()));
+    } else {
+      others_.add(line_);
+    }
   }
 
   [[nodiscard]] std::size_t lineOf(CsvCell const& cell) const { return table_.place(cell).line; }
 
   void throwIfAny(std::string const& hint) {
     if (found_ == 0) return;
-    if (found_ > lines_.size())
-      lines_.push_back(fmt::format("{}: {} more like these.", source_, found_ - lines_.size()));
-    throw Failure{std::move(lines_), hint};
+    if (found_ > sentences_.size())
+      sentences_.push_back(
+          fmt::format("{}: {} more like these, on {}.", source_, found_ - sentences_.size(), others_.words()));
+    throw Failure{std::move(sentences_), hint};
   }
 
  private:
   CsvTable const& table_;
   std::string_view source_;
-  std::vector<std::string> lines_;
+  std::vector<std::string> sentences_;
+  LineNumbers others_;
   std::size_t found_ = 0;
+  std::size_t offset_ = 0;  // of the last cell
+  std::size_t line_ = 1;    // where it stands
 };
 
 /// Splits "left=right" where `left` is one of the names, which may hold "=" themselves.
@@ -78,8 +114,13 @@ class Planner {
  private:
   void rename() {
     std::vector<std::string> const given = names_;
+    std::set<std::string> renamed;
     for (std::string const& wish : wishes_.renames) {
       auto const [from, to] = splitWish(wish, given, "--rename");
+      if (!renamed.insert(from).second)
+        throw Failure{fmt::format("--rename {}: Another --rename renames {} already.", inQuotes(wish), inQuotes(from)),
+                      {},
+                      ExitCode::Usage};
       checkUtf8(to);
       for (std::size_t i = 0; i < names_.size(); ++i)
         if (given[i] == from) names_[i] = to;
@@ -101,7 +142,10 @@ class Planner {
         });
       }
     }
-    problems.throwIfAny({});
+    bool const oneIsNameless = std::ranges::count(names_, "") == 1 && first.size() == names_.size();
+    problems.throwIfAny(oneIsNameless ? R"(--rename "=NAME" names the column that has no name.)"
+                                      : "Every column needs a name of its own in the header; --rename gives all "
+                                        "columns of one name the same new one.");
   }
 
   void readTypes() {

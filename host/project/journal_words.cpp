@@ -107,7 +107,7 @@ std::string JournalWords::describe(std::uint32_t code, CommandFields const& fiel
     case RecordCreated: return recordCreated(fields);
     case RecordInserted: return recordInserted(fields);
     case RecordErased: return recordErased(fields);
-    case RecordStatusSet: return fmt::format("{}: {}", record(fields.uid()), fields.change(textOf));
+    case RecordStatusSet: return statusSet(fields);
 
     case AuxFileCreated:
       return fmt::format("file {} attached to {}", inQuotes(fields.text("path")), record(fields.number("record")));
@@ -184,6 +184,12 @@ std::string JournalWords::recordErased(CommandFields const& fields) {
   std::string words = fmt::format("{} removed", record(fields.uid()));
   caseIds_.erase(fields.uid());
   return words;
+}
+
+std::string JournalWords::statusSet(CommandFields const& fields) {
+  auto const& status = fields.value("newValue");
+  return status == fields.value("oldValue") ? fmt::format("{} is {}", record(fields.uid()), textOf(status))
+                                            : fmt::format("{}: {}", record(fields.uid()), fields.change(textOf));
 }
 
 std::string JournalWords::otherCreated(std::string_view kind, CommandFields const& fields) {

@@ -29,6 +29,7 @@ class JournalWords {
   std::string recordCreated(CommandFields const& fields);
   std::string recordInserted(CommandFields const& fields);
   std::string recordErased(CommandFields const& fields);
+  std::string statusSet(CommandFields const& fields);
   std::string otherCreated(std::string_view kind, CommandFields const& fields);
   std::string otherErased(std::string_view kind, CommandFields const& fields);
   std::string otherRenamed(std::string_view kind, CommandFields const& fields);

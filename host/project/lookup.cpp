@@ -61,6 +61,11 @@ void checkNewName(Project& project, std::string const& name) {
   if (project.variable(name)) throw Failure{fmt::format("There is a variable {} already.", inQuotes(name))};
 }
 
+void checkNotBuiltIn(std::string const& name, std::string_view keeps) {
+  if (name == caseIdName || name == caseStatusName)
+    throw Failure{fmt::format("{} is built in and keeps its {}.", inQuotes(name), keeps)};
+}
+
 void checkUtf8(std::string const& text) {
   std::size_t const bad = firstInvalidUtf8(text);
   if (bad == std::string_view::npos) return;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace casebook::cli {
@@ -23,6 +24,9 @@ namespace casebook::cli {
 
 /// Throws Failure unless a new variable may have this name: not empty, UTF-8, not taken, not that of a built-in one.
 void checkNewName(Project& project, std::string const& name);
+
+/// Throws Failure for the name of a built-in variable, which "keeps its name", or what else it `keeps`.
+void checkNotBuiltIn(std::string const& name, std::string_view keeps);
 
 /// Throws Failure when the text of an argument is not UTF-8: a table that holds it could not be read back.
 void checkUtf8(std::string const& text);

@@ -1,12 +1,14 @@
 #include "project/open_project.h"
 
 #include "console/messages.h"
+#include "console/output_file.h"
 #include "console/progress.h"
 #include "text/numbers.h"
 #include "text/utf8.h"
 
 #include <fmt/format.h>
 
+#include <system_error>
 #include <utility>
 
 namespace casebook::cli {
@@ -14,13 +16,21 @@ namespace {
 
 ProjectFile openFile(std::filesystem::path const& path, Project& project, OpenProject::For purpose, Console& console) {
   using For = OpenProject::For;
+  if (path.empty()) throw Failure{"The name of the project's file is empty.", {}, ExitCode::Usage};
+  refuseStdoutInto(path);
   if (purpose == For::Creating) return ProjectFile::create(path, project);
   ProjectFile::Options options;
   options.access = purpose == For::Writing ? ProjectFile::Access::Write : ProjectFile::Access::Read;
   options.untilDamage = purpose == For::ReadingUntilDamage;
   Progress progress{console, fmt::format("Reading {}", printable(path.filename().string()))};
   options.progress = [&progress](u64 done, u64 total) { progress(done, total); };
-  return ProjectFile::open(path, project, options);
+  try {
+    return ProjectFile::open(path, project, options);
+  } catch (varnel::ExceptionBase const& e) {
+    std::error_code error;
+    if (std::filesystem::status(path, error).type() != std::filesystem::file_type::not_found) throw;
+    throw Failure{printable(e.what()), "casebook create FILE makes one."};
+  }
 }
 
 void warnOfTail(ProjectFile const& file, Console& console) {
@@ -42,8 +52,14 @@ CurrentProject::~CurrentProject() {
 }
 
 OpenProject::OpenProject(std::filesystem::path const& path, For purpose, Console& console)
-    : file_{openFile(path, *project_, purpose, console)} {
+    : console_{console}, file_{openFile(path, *project_, purpose, console)} {
   warnOfTail(file_, console);
+  console_.stored = purpose == For::Creating;
+}
+
+void OpenProject::edit(std::string_view label, std::function<void(Transaction&)> const& change) {
+  constexpr std::size_t longestLabel = 2000;
+  if (file_.edit(cutToBytes(label, longestLabel), change)) console_.stored = true;
 }
 
 }  // namespace casebook::cli

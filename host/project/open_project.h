@@ -6,7 +6,9 @@
 #include <casebook/project.h>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <string_view>
 
 namespace casebook::cli {
 
@@ -29,13 +31,19 @@ class OpenProject {
  public:
   enum class For { Creating, Reading, ReadingUntilDamage, Writing };
 
-  /// Warns of an incomplete tail. What keeps the file from being opened passes as ProjectFile throws it.
+  /// Warns of an incomplete tail. Throws Failure when stdout leads into the file, and what ProjectFile throws when it
+  /// cannot be opened. The console is borrowed.
   OpenProject(std::filesystem::path const& path, For purpose, Console& console);
 
+  /// Writes an edit, under a label that is cut where it is too long for a log, and notes in the console that the file
+  /// has changed. Throws as ProjectFile::edit does.
+  void edit(std::string_view label, std::function<void(Transaction&)> const& change);
+
   [[nodiscard]] Project& project() const noexcept { return *project_; }
-  [[nodiscard]] ProjectFile& file() noexcept { return file_; }
+  [[nodiscard]] ProjectFile const& file() const noexcept { return file_; }
 
  private:
+  Console& console_;
   CurrentProject project_;
   ProjectFile file_;
 };

@@ -2,13 +2,16 @@
 
 #include "project/words.h"
 #include "text/json_text.h"
+#include "text/numbers.h"
 
 #include <casebook/record.h>
 #include <casebook/variable.h>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <optional>
 #include <vector>
 
 namespace casebook::cli {
@@ -37,6 +40,33 @@ void forEachRow(Project& project, ExportProgress const& progress, EachCell const
   }
 }
 
+/// What an import would make of a column, as `guessColumn` does.
+class ReadBack {
+ public:
+  ReadBack(Project& project, u64 variable)
+      : name_{project.variableName(variable)},
+        type_{project.variableDataType(variable)},
+        isBuiltIn_{name_ == caseIdName || name_ == caseStatusName} {}
+
+  void note(std::string_view text) {
+    if (text.empty() || isBuiltIn_ || hasOther_) return;
+    (readNumber(text).value ? hasNumber_ : hasOther_) = true;
+  }
+
+  [[nodiscard]] std::optional<std::string> wish() const {
+    VariableDataType const guessed = hasNumber_ && !hasOther_ ? Variant::FloatingPoint : Variant::String;
+    bool const isSame = isBuiltIn_ || guessed == type_ || !readType(typeWord(type_));
+    return isSame ? std::nullopt : std::optional{fmt::format("{}={}", name_, typeWord(type_))};
+  }
+
+ private:
+  std::string name_;
+  VariableDataType type_;
+  bool isBuiltIn_;
+  bool hasNumber_ = false;
+  bool hasOther_ = false;
+};
+
 Json describe(Project& project, u64 variable) {
   Json json{{"name", jsonText(project.variableName(variable))},
             {"type", typeWord(project.variableDataType(variable))},
@@ -59,12 +89,29 @@ std::string jsonCell(Variant const& cell) {
 
 }  // namespace
 
-void exportCsv(Project& project, std::ostream& out, CsvWriter::Options options, ExportProgress const& progress) {
+std::vector<std::string> exportCsv(Project& project, std::ostream& out, CsvWriter::Options options,
+                                   ExportProgress const& progress) {
   CsvWriter writer{out, options};
-  for (auto variable : project.variables()) writer.field(project.variableName(variable.id()));
+  std::vector<ReadBack> columns;
+  for (auto variable : project.variables()) {
+    columns.emplace_back(project, variable.id());
+    writer.field(project.variableName(variable.id()));
+  }
   writer.endRow();
-  forEachRow(
-      project, progress, [&](Variant const& cell) { writer.field(cell.toString()); }, [&](bool) { writer.endRow(); });
+  auto column = columns.begin();
+  auto const field = [&](Variant const& cell) {
+    std::string const text = cell.toString();
+    writer.field(text);
+    (column++)->note(text);
+  };
+  forEachRow(project, progress, field, [&](bool) {
+    writer.endRow();
+    column = columns.begin();
+  });
+  std::vector<std::string> wishes;
+  for (ReadBack const& readBack : columns)
+    if (auto const wish = readBack.wish()) wishes.push_back(*wish);
+  return wishes;
 }
 
 void exportJson(Project& project, std::ostream& out, ExportProgress const& progress) {

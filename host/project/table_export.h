@@ -6,6 +6,8 @@
 
 #include <functional>
 #include <ostream>
+#include <string>
+#include <vector>
 
 namespace casebook::cli {
 
@@ -13,8 +15,10 @@ namespace casebook::cli {
 using ExportProgress = std::function<void(std::size_t, std::size_t)>;
 
 /// The table with a header, "Case ID" first. A null is an empty field; numbers are the shortest text that reads back
-/// to the same number, or nan, inf, -inf.
-void exportCsv(Project& project, std::ostream& out, CsvWriter::Options options, ExportProgress const& progress);
+/// to the same number, or nan, inf, -inf. Returns the columns that an import takes for another type unless it is told,
+/// as "NAME=type".
+std::vector<std::string> exportCsv(Project& project, std::ostream& out, CsvWriter::Options options,
+                                   ExportProgress const& progress);
 
 /// One document:
 ///

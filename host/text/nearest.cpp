@@ -20,19 +20,22 @@ std::string lower(std::string_view text) {
   return out;
 }
 
-/// How many bytes have to be inserted, removed or replaced.
+/// How many bytes have to be inserted, removed, replaced or swapped with their neighbour.
 std::size_t editDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> beforeLast;
+  std::vector<std::size_t> last(b.size() + 1);
   std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
+  std::iota(last.begin(), last.end(), std::size_t{0});
   for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
+    row[0] = i + 1;
     for (std::size_t j = 0; j < b.size(); ++j) {
-      std::size_t const replaced = diagonal + (a[i] == b[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+      row[j + 1] = std::min({last[j] + (a[i] == b[j] ? 0 : 1), row[j] + 1, last[j + 1] + 1});
+      bool const isSwapped = i > 0 && j > 0 && a[i] == b[j - 1] && a[i - 1] == b[j];
+      if (isSwapped) row[j + 1] = std::min(row[j + 1], beforeLast[j - 1] + 1);
     }
+    beforeLast = std::exchange(last, row);
   }
-  return row.back();
+  return last.back();
 }
 
 /// 0 for what differs in case alone; the length of `wanted` and more for what has nothing to do with it.
@@ -46,7 +49,7 @@ std::size_t strangeness(std::string_view wanted, std::string_view name) {
 
 }  // namespace
 
-std::string suggestion(std::string_view wanted, std::span<std::string const> names) {
+std::string nearest(std::string_view wanted, std::span<std::string const> names) {
   constexpr std::size_t atMost = 3;
   std::vector<std::pair<std::size_t, std::size_t>> ranked;  // strangeness, place in `names`
   for (std::string const& name : names) ranked.emplace_back(strangeness(wanted, name), ranked.size());
@@ -56,8 +59,12 @@ std::string suggestion(std::string_view wanted, std::span<std::string const> nam
   std::vector<std::string> near;
   for (auto const& [distance, i] : ranked)
     if (distance <= limit && near.size() < atMost) near.push_back(inQuotes(names[i]));
-  if (!near.empty()) return fmt::format("Did you mean {}?", fmt::join(near, " or "));
+  return near.empty() ? "" : fmt::format("Did you mean {}?", fmt::join(near, " or "));
+}
 
+std::string suggestion(std::string_view wanted, std::span<std::string const> names) {
+  std::string near = nearest(wanted, names);
+  if (!near.empty()) return near;
   std::vector<std::string> some;
   for (std::string const& name : names.first(std::min<std::size_t>(names.size(), 8))) some.push_back(inQuotes(name));
   if (some.empty()) return {};

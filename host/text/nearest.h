@@ -6,6 +6,9 @@
 
 namespace casebook::cli {
 
+/// "Did you mean \"Sex\"?" with the names that are near; empty when none is.
+[[nodiscard]] std::string nearest(std::string_view wanted, std::span<std::string const> names);
+
 /// A sentence that names what the person may have meant, "Did you mean \"Sex\"?", or lists a few of the names when
 /// none is near. Empty when there are no names.
 [[nodiscard]] std::string suggestion(std::string_view wanted, std::span<std::string const> names);

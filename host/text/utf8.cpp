@@ -139,6 +139,14 @@ std::string shortened(std::string_view text, std::size_t width) {
   return std::string{text};
 }
 
+std::string cutToBytes(std::string_view text, std::size_t bytes) {
+  constexpr std::string_view ellipsis = "…";
+  if (text.size() <= bytes) return std::string{text};
+  std::size_t end = bytes - ellipsis.size();
+  while (end > 0 && isContinuation(text[end])) --end;
+  return std::string{text.substr(0, end)}.append(ellipsis);
+}
+
 std::string inQuotes(std::string_view text) {
   // A text can be huge; no more of it is looked at than can be shown.
   constexpr std::size_t longest = 80;

@@ -26,6 +26,9 @@ namespace casebook::cli {
 /// The longest beginning of a printable text that fits `width` columns, closed with "…" when something is left out.
 [[nodiscard]] std::string shortened(std::string_view text, std::size_t width);
 
+/// The longest beginning of a UTF-8 text that is not longer than `bytes`, closed with "…" when something is left out.
+[[nodiscard]] std::string cutToBytes(std::string_view text, std::size_t bytes);
+
 /// A name or a text within a sentence: printable, in quotes, of 80 columns at the most.
 [[nodiscard]] std::string inQuotes(std::string_view text);
 

@@ -17,6 +17,7 @@ std::vector<Step> const steps = {
     {Step::Edit, nameIt("one")},
     {Step::Edit, addCase},
     {Step::Outside, [](Transaction& t) { t->setRootPath("/data"); }},
+    {Step::Outside, addCase},
     {Step::Flush, {}},
     {Step::EditThatThrows, addCase},
     {Step::Outside, addCase},
@@ -40,9 +41,10 @@ class Model {
   }
 
   void wait(Change const& change) { waiting.push_back(change); }
-  void holdWaiting() {
-    held_.insert(held_.end(), waiting.begin(), waiting.end());
-    waiting.clear();
+  void holdWaiting(std::size_t first) {
+    auto const end = waiting.begin() + static_cast<std::ptrdiff_t>(first);
+    held_.insert(held_.end(), waiting.begin(), end);
+    waiting.erase(waiting.begin(), end);
   }
 
   std::vector<Change> waiting;
@@ -125,18 +127,19 @@ class Host {
            system_.calls[static_cast<std::size_t>(system_.failAt) - 1] != 's';
   }
 
-  /// Takes into the model what the file should hold by now. Where an edit failed, what waited before it may be there;
-  /// where that is said to be unknown, the edit too.
+  /// Takes into the model what the file should hold by now. Where an edit failed, what waited before it may be there,
+  /// or the first of it; where that is said to be unknown, the edit too.
   void account(Step const& step, std::string const& message) {
     auto all = model_.waiting;
     if (step.kind == Step::Edit) all.push_back(step.change);
     auto const now = stateIn(path_);
     if (message.empty() || (message.find("is not known") != std::string::npos && now == model_.state(all))) {
       model_.waiting = all;
-      model_.holdWaiting();
-    } else if (now == model_.state(model_.waiting)) {
-      model_.holdWaiting();
+      model_.holdWaiting(all.size());
+      return;
     }
+    for (auto some = model_.waiting; !some.empty(); some.pop_back())
+      if (now == model_.state(some)) return model_.holdWaiting(some.size());
   }
 
   /// Opens the file again behind a write that was cut off, and goes on.
@@ -193,7 +196,7 @@ TEST(ProjectFileFaults, EachStepIsOnTheDiskBeforeTheNext) {
   EXPECT_EQ(system.calls, "olwspd");
   EXPECT_EQ(callsOf(edit), "ws");
   for (int k = 0; k < 3; ++k) perform(file, *project, {Step::Outside, addCase});
-  EXPECT_EQ(callsOf([&] { file.flush(); }), "ws");
+  EXPECT_EQ(callsOf([&] { file.flush(); }), "wswsws");
   system.failAt = 1;
   EXPECT_EQ(callsOf(edit), "wts");
   system.failAt = 2;

@@ -68,11 +68,13 @@ TEST_F(ProjectFileTest, EditsAreThereAfterOpeningAndCanGoOn) {
 }
 
 TEST_F(ProjectFileTest, BlocksFromOutsideBecomeFramesInTheirOrder) {
-  for (auto const* name : {"a", "b"}) {
+  auto const outside = [&](Change const& change) {
     auto transaction = project->startTransaction();
-    nameIt(name)(transaction);
+    change(transaction);
     transaction.commit();
-  }
+  };
+  outside(nameIt("a"));
+  outside(nameIt("b"));
   EXPECT_TRUE(file.frames().empty());
   file.edit("c", nameIt("c"));
   EXPECT_EQ(labels(), "1 (outside an edit)\n2 (outside an edit)\n3 c\n");
@@ -80,9 +82,15 @@ TEST_F(ProjectFileTest, BlocksFromOutsideBecomeFramesInTheirOrder) {
   addCase(transaction);
   EXPECT_EQ(messageOf([&] { file.flush(); }), path.string() + " cannot be written within a transaction.");
   transaction.commit();
+  outside(addCase);
   file.flush();
-  EXPECT_EQ(file.frames().size(), 4U);
+  EXPECT_EQ(file.frames().size(), 5U);
   EXPECT_EQ(stateIn(path), project.state());
+  auto bytes = contentOf(path);
+  bytes[file.frames()[3].offset + 70] ^= 1;
+  file.close();
+  setContent(path, bytes);
+  EXPECT_THROW(stateIn(path), DamageError) << "a frame behind a broken one was a write of its own";
 }
 
 /// A host whose slot keeps the description up to date, and holds still while the file is replayed, or does not.

@@ -38,7 +38,7 @@ TEST(Import, GivesPenguinsBackCellForCell) {
   std::size_t caseId = 0;
   for (std::string const& line : linesOf(without(penguins, '\r')))
     expected += (caseId == 0 ? "Case ID" : std::to_string(caseId)) + "," + line + "\n", ++caseId;
-  EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}), expected);
+  EXPECT_EQ(desk.csv("p.casebook"), expected);
 
   auto const json = nlohmann::json::parse(desk.done({"export", "p.casebook", "--json"}));
   EXPECT_EQ(json.at("variables").at(3).at("type"), "number");
@@ -47,7 +47,7 @@ TEST(Import, GivesPenguinsBackCellForCell) {
 
   Result const again = desk.import("q.casebook", desk.done({"export", "p.casebook", "--csv", "--crlf"}));
   EXPECT_EQ(again.code, 0);
-  EXPECT_EQ(desk.done({"export", "q.casebook", "--csv"}), expected);
+  EXPECT_EQ(desk.csv("q.casebook"), expected);
   EXPECT_EQ(linesOf(desk.done({"log", "q.casebook"})).size(), 1U);
 }
 
@@ -78,7 +78,7 @@ RC_GTEST_PROP(Import, OfAnyTableIsExportedAsItWas, ()) {
     writer.endRow();
   }
   RC_ASSERT(desk.import("p.casebook", text.str(), {"--encoding", "bytes"}).code == 0);
-  std::string const exported = desk.done({"export", "p.casebook", "--csv"});
+  std::string const exported = desk.csv("p.casebook");
   CsvTable const table = CsvTable::parse(exported, ',');
   RC_ASSERT(table.rows() == rows.size());
   for (std::size_t row = 0; row < rows.size(); ++row)
@@ -112,6 +112,10 @@ TEST(Import, TakesBuiltInColumnsAndWishes) {
        "Case ID,x,y\n1,NA,NA\n2,1,b\n",
        "hint: \"x\" is text only for the word \"NA\" in 1 cell; --missing \"NA\" reads it as missing.\n"},
       {"x,y\nnan,1\n-inf,007\n", {"--type", "x=number", "--type", "y=text"}, "Case ID,x,y\n1,nan,1\n2,-inf,007\n", ""},
+      {"x,y,z\n#DIV/0!,\"1,5\",1\n1,1,1\n",
+       {},
+       "Case ID,x,y,z\n1,#DIV/0!,\"1,5\",1\n2,1,1,1\n",
+       "hint: \"x\" is text only for the word \"#DIV/0!\" in 1 cell; --missing \"#DIV/0!\" reads it as missing.\n"},
       {"x;y\n1,5;2\n", {"--separator", ";"}, "Case ID,x,y\n1,\"1,5\",2\n", ""},
       {"x;y\n1;2\n",
        {},
@@ -126,7 +130,7 @@ TEST(Import, TakesBuiltInColumnsAndWishes) {
     Result const result = desk.import("p.casebook", c.table, c.options);
     EXPECT_EQ(result.code, 0) << c.table;
     EXPECT_EQ(result.err, c.hint) << c.table;
-    EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}), c.exported);
+    EXPECT_EQ(desk.csv("p.casebook"), c.exported);
   }
 }
 
@@ -155,7 +159,23 @@ TEST(Import, IsRefusedWithEveryPlaceAndLeavesTheProjectAsItWas) {
        1,
        "casebook: table.csv:1:3: Column 2 has no name.\ncasebook: table.csv:1:6: Column 4 is named \"a\", as column 1 "
        "is.\n"
-       "casebook: table.csv:1:8: Column 5 has no name.\n"},
+       "casebook: table.csv:1:8: Column 5 has no name.\n"
+       "hint: Every column needs a name of its own in the header; --rename gives all columns of one name the same new "
+       "one.\n"},
+      {"a,\n1,2\n",
+       {"--rename", "a=b"},
+       1,
+       "casebook: table.csv:1:3: Column 2 has no name.\nhint: --rename \"=NAME\" names the column that has no name.\n"},
+      {"a\n1\n",
+       {"--rename", "a=b", "--rename", "a=c"},
+       2,
+       "casebook: --rename \"a=c\": Another --rename renames \"a\" already.\n"},
+      {"\xff\xfe"
+       "a",
+       {"--encoding", "latin1"},
+       1,
+       "casebook: table.csv:1:1: The table is in UTF-16; save the table as UTF-8.\n"},
+      {std::string{"a\n\xe9\0\n", 5}, {}, 1, "casebook: table.csv:2:1: The byte 0xE9 is not UTF-8 here.\n"},
       {"Case ID\n1\n\n1\nx\n4294967296\n",
        {},
        1,
@@ -193,19 +213,19 @@ TEST(Import, IsRefusedWithEveryPlaceAndLeavesTheProjectAsItWas) {
     Result const result = desk.import("p.casebook", c.table, c.options);
     EXPECT_EQ(result.code, c.code) << c.table;
     EXPECT_EQ(result.err, c.err);
-    EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}), "Case ID\n");
+    EXPECT_EQ(desk.csv("p.casebook"), "Case ID\n");
     EXPECT_EQ(desk.done({"log", "p.casebook"}), "");
   }
 }
 
-TEST(Import, OfManyWrongCellsNamesTheFirstAndCountsTheOthers) {
+TEST(Import, OfManyWrongCellsTellsOfTheFirstAndNamesTheOtherLines) {
   Desk desk;
   std::string table = "Case ID\n";
-  for (int i = 0; i < 20000; ++i) table += "5\n";
+  for (int i = 0; i < 20000; ++i) table += i == 50 ? "7\n" : "5\n";
   auto const lines = linesOf(desk.import("p.casebook", table).err);
   ASSERT_EQ(lines.size(), 10U);
   EXPECT_EQ(lines[7], "casebook: table.csv:10:1: \"Case ID\" 5 stands on line 2 already.");
-  EXPECT_EQ(lines[8], "casebook: table.csv: 19991 more like these.");
+  EXPECT_EQ(lines[8], "casebook: table.csv: 19990 more like these, on lines 11-51, 53-20001.");
 }
 
 TEST(Import, MeetsVariablesThatAreThereAndRefusesCases) {
@@ -218,7 +238,7 @@ TEST(Import, MeetsVariablesThatAreThereAndRefusesCases) {
   EXPECT_EQ(desk.run({"import", "p.casebook", "-"}, "Ring\nx\n").err,
             "casebook: stdin:2:1: \"Ring\" \"x\" is not a whole number from 0 to 4294967295.\n");
   desk.done({"import", "p.casebook", "t.csv", "--independent", "Sex"});
-  EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}), "Case ID,Ring,Sex\n1,7,MALE\n2,,\n");
+  EXPECT_EQ(desk.csv("p.casebook"), "Case ID,Ring,Sex\n1,7,MALE\n2,,\n");
   Result const again = desk.run({"import", "p.casebook", "t.csv"});
   EXPECT_EQ(again.code, 1);
   EXPECT_EQ(again.err, "casebook: p.casebook holds 2 cases already; import fills a project that has none.\n");
@@ -278,9 +298,9 @@ TEST(Edits, SayWhatTheyDidAndAreLogged) {
        "Added case 2.\n",
        "add case 2: \"Name\" \"a=b\", \"Case Status\" \"Inactive\"",
        {"case 2 added", "case 2, \"Name\": \"\" -> \"a=b\"", "case 2: Active -> Inactive"}},
-      {{"add-case", "Case ID=80"},
+      {{"add-case", "Case ID=80", "Name=", "Mass=", "Ring=", "Case Status=Active"},
        "Added case 80.\n",
-       "add case 80: \"Case ID\" 80",
+       "add case 80: \"Case ID\" 80, \"Name\" \"\", \"Mass\" null and 2 more",
        {"case 3 added", "case 3, \"Case ID\": 3 -> 80"}},
       {{"add-variable", "Age", "--type", "number", "--independent", "--default", "1.5"},
        "Added variable \"Age\" (number); every case holds 1.5.\n",
@@ -316,7 +336,7 @@ TEST(Edits, SayWhatTheyDidAndAreLogged) {
     EXPECT_EQ(entry.at("commands"), step.words.size());
   }
   EXPECT_EQ(linesOf(desk.done({"log", "p.casebook"})).size(), transactions);
-  EXPECT_EQ(desk.done({"export", "p.casebook", "--csv"}),
+  EXPECT_EQ(desk.csv("p.casebook"),
             "Case ID,Name,Mass,Ring,Case Status,Years\n7,,-5,1,Active,1.5\n4294967295,,,,Inactive,1.5\n"
             "1,,,,Active,1.5\n2,a=b,,,Inactive,1.5\n80,,,,Active,1.5\n");
 }
@@ -358,6 +378,22 @@ TEST(Commands, AreRefusedWithReasonAndExitCode) {
        2,
        "casebook: The following argument was not expected: -x\nhint: For a value or a name that begins with \"-\", "
        "write -- before it: casebook set ... -- -x\n"},
+      {{"set", "p.casebook", "7", "Name", "--nlul"},
+       2,
+       "casebook: The following argument was not expected: --nlul\nhint: Did you mean \"--null\"?\n"},
+      {{"set", "p.casebook", "7", "Name", "--help"},
+       2,
+       "casebook: The following argument was not expected: --help\nhint: casebook set --help tells more. For a value "
+       "or "
+       "a name that begins with \"-\", write -- before it: casebook set ... -- -x\n"},
+      {{"info", "p.casebook", "--name", "--description", "x"},
+       2,
+       "casebook: --name has no value: \"--description\" is an option.\nhint: For a value that is named like an option "
+       "write --name=--description\n"},
+      {{"export", "p.casebook", "--csv", "-o", "--crlf"},
+       2,
+       "casebook: -o has no value: \"--crlf\" is an option.\nhint: For a value that is named like an option write "
+       "--output=--crlf\n"},
       {{"set", "p.casebook", "7", "Name"},
        2,
        "casebook: VALUE is required, or --null.\nhint: casebook set --help tells more.\n"},
@@ -378,6 +414,9 @@ TEST(Commands, AreRefusedWithReasonAndExitCode) {
        "casebook: --type \"date\": A type is number, text or integer.\n"},
       {{"rename", "p.casebook", "Case ID", "x"}, 1, "casebook: \"Case ID\" is built in and keeps its name.\n"},
       {{"rename", "p.casebook", "Mass", "Name"}, 1, "casebook: There is a variable \"Name\" already.\n"},
+      {{"set-nature", "p.casebook", "Case Status", "7"},
+       1,
+       "casebook: \"Case Status\" is built in and keeps its nature.\n"},
       {{"set-nature", "p.casebook", "Mass", "often"},
        2,
        "casebook: \"often\" is no nature: independent, none, or a whole number below 4294967296.\n"},
@@ -395,7 +434,11 @@ TEST(Commands, AreRefusedWithReasonAndExitCode) {
        1,
        "casebook: none/x: Cannot be written: No such file or directory.\n"},
       {{"import", "p.casebook", "folder"}, 1, "casebook: folder: Cannot be read: Is a directory.\n"},
-      {{"show", "none"}, 1, "casebook: Cannot open none: No such file or directory\n"},
+      {{"import", "p.casebook", "p.casebook"}, 1, "casebook: p.casebook:1:1: The byte 0x89 is not UTF-8 here.\n"},
+      {{"show", "none"},
+       1,
+       "casebook: Cannot open none: No such file or directory\nhint: casebook create FILE makes one.\n"},
+      {{"create", ""}, 2, "casebook: The name of the project's file is empty.\n"},
       {{"create", "p.casebook"}, 1, "casebook: p.casebook exists already.\n"},
       {{"exprt", "p.casebook"},
        2,
@@ -451,9 +494,9 @@ TEST(Export, ReplacesAFileOnlyByAWholeOne) {
   write("real.csv", "old");
   std::filesystem::permissions("real.csv", std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   std::filesystem::create_symlink("real.csv", "out.csv");
-  EXPECT_EQ(desk.done({"export", "p.casebook", "--csv", "-o", "out.csv"}), "");
+  EXPECT_EQ(desk.run({"export", "p.casebook", "--csv", "-o", "out.csv"}).out, "");
   EXPECT_TRUE(std::filesystem::is_symlink("out.csv"));
-  EXPECT_EQ(contentOf("real.csv"), desk.done({"export", "p.casebook", "--csv"}));
+  EXPECT_EQ(contentOf("real.csv"), desk.csv("p.casebook"));
   EXPECT_EQ(std::filesystem::status("real.csv").permissions(),
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
   EXPECT_EQ(desk.run({"export", "p.casebook", "--csv", "-o", "/dev/full"}).err,
@@ -462,10 +505,23 @@ TEST(Export, ReplacesAFileOnlyByAWholeOne) {
   EXPECT_EQ(names, 4U) << "p.casebook, table.csv, real.csv, out.csv";
 }
 
+TEST(Export, NamesTheTypesThatAnImportHasToBeTold) {
+  Desk desk;
+  std::vector<std::string> const types{"--type", "t=text",         "--type", "empty=number",
+                                       "--type", "special=number", "--type", "i=integer"};
+  desk.import("p.casebook", "t,empty,special,i,plain\n1,,nan,5,1.5\n2,,1,,x\n", types);
+  Result const exported = desk.run({"export", "p.casebook", "--csv"});
+  EXPECT_EQ(exported.err,
+            "hint: To bring back every type, import with --type \"t=text\" --type \"empty=number\" --type "
+            "\"special=number\" --type \"i=integer\"\n");
+  desk.import("q.casebook", exported.out, types);
+  EXPECT_EQ(desk.done({"export", "q.casebook", "--json"}), desk.done({"export", "p.casebook", "--json"}));
+}
+
 TEST(Damage, IsRefusedAndWhatStandsBeforeItIsGivenOut) {
   Desk desk;
   makeSmall(desk);
-  std::string const table = desk.done({"export", "p.casebook", "--csv"});
+  std::string const table = desk.csv("p.casebook");
   std::size_t const offset = std::filesystem::file_size("p.casebook");
   desk.done({"set", "p.casebook", "7", "Name", "Eve"});
   desk.done({"set", "p.casebook", "7", "Name", "Zoe"});
@@ -490,6 +546,11 @@ TEST(Damage, IsRefusedAndWhatStandsBeforeItIsGivenOut) {
   EXPECT_EQ(rescued.out, table);
   EXPECT_EQ(contentOf("bad.casebook"), bytes);
 
+  bytes[9] ^= 1;  // in the header: there is nothing before it
+  write("bad.casebook", bytes);
+  EXPECT_EQ(desk.run({"show", "bad.casebook"}).err,
+            "casebook: bad.casebook is damaged at byte 0: its header is broken.\n");
+
   Result const cut = desk.run({"show", "cut.casebook", "--column", "Name", "--limit", "1"});
   EXPECT_EQ(cut.code, 0);
   EXPECT_EQ(cut.err.find("warning: cut.casebook: The last write was cut off: "), 0U) << cut.err;
@@ -505,7 +566,7 @@ TEST(Commands, DoNotAskTheLocale) {
   std::locale const before = std::locale::global(std::locale{std::locale{}, new Commas});
   Desk desk;
   desk.import("p.casebook", "Case ID,x,y\n1234567,1234.5,\"1,5\"\n");
-  std::string const csv = desk.done({"export", "p.casebook", "--csv"});
+  std::string const csv = desk.csv("p.casebook");
   std::string const json = desk.done({"export", "p.casebook", "--json"});
   std::string const shown = desk.done({"show", "p.casebook", "--limit", "1000"});
   std::string const log = desk.done({"log", "p.casebook", "--json"});

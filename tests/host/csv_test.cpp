@@ -64,7 +64,7 @@ TEST(Csv, SaysWhereATableIsBroken) {
       {"", 1, 1, "The table is empty: its first line has to name the columns."},
       {"a,b\n1,2\n3\n", 3, 1, "This row has 1 field, the header has 2."},
       {"a,b\n\"x\ny\",2\n3,4,5\n", 4, 1, "This row has 3 fields, the header has 2."},
-      {"a,b\n1,2\n\n3,4\n", 3, 1, "This row has 1 field, the header has 2."},
+      {"a,b\n1,2\n\n3,4\n", 3, 1, "This line is empty, the header has 2 fields."},
       {"a,b\n1,\"2\n3,4\n", 2, 3, "The quote that opens this field is never closed."},
       {"a,b\n1,2\"3\n", 2, 4, "A quote within a field that does not begin with one."},
       {"a,b\n\xc3\xa9\xc3\xa9,2 \"x\"\n", 2, 6, "A quote within a field that does not begin with one."},
@@ -88,7 +88,10 @@ TEST(Csv, DecodesByTheEncodingThatIsSaid) {
                         "a\xc3\xa9",
                         Encoding::Utf8),
             "a\xc3\xa9");
-  EXPECT_EQ(decodeTable("a\xe9\xff", Encoding::Latin1), "a\xc3\xa9\xc3\xbf");
+  EXPECT_EQ(decodeTable("\xef\xbb\xbf"
+                        "a\xe9\xff",
+                        Encoding::Latin1),
+            "a\xc3\xa9\xc3\xbf");
   EXPECT_EQ(decodeTable("a\xe9\xff", Encoding::Bytes), "a\xe9\xff");
   std::string const broken[] = {
       "\xe9", "\xc3", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xe2\x82z", "\xf0\x80\x80\x80", "\x80"};
@@ -112,6 +115,7 @@ TEST(Csv, GuessesASeparatorOnlyFromAHeaderOfOneField) {
   EXPECT_EQ(likelierSeparator("a\tb\n", ','), '\t');
   EXPECT_EQ(likelierSeparator("a;b,c\n", ','), std::nullopt);
   EXPECT_EQ(likelierSeparator("a\nb;c\n", ','), std::nullopt);
+  EXPECT_EQ(likelierSeparator("\"x,\ny\";b\n", ','), ';');
   EXPECT_EQ(likelierSeparator("a;b\n", ';'), std::nullopt);
 }
 

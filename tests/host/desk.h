@@ -63,6 +63,14 @@ class Desk {
     return result.out;
   }
 
+  /// What an export as CSV prints; on stderr there is nothing but hints.
+  std::string csv(std::string const& file) {
+    Result const result = run({"export", file, "--csv"});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_TRUE(result.err.empty() || result.err.starts_with("hint: ")) << result.err;
+    return result.out;
+  }
+
   /// A new project `file` of this table, imported with these options.
   Result import(std::string const& file, std::string const& table, std::vector<std::string> const& options = {}) {
     std::filesystem::remove(file);

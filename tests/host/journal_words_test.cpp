@@ -65,8 +65,8 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
        },
        {"case 2, \"Case ID\": 2 -> 12", "case 12, \"Mass\": null -> 1.5"}},
       {[&](Transaction& t) { t->addRecord(); }, {"case 13 added"}},
-      {[&](Transaction& t) { t->activate(first, false); },
-       {"variable \"Case Status\" added (text)", "case 1: Active -> Inactive"}},
+      {[&](Transaction& t) { t->activate(second, true), t->activate(first, false); },
+       {"variable \"Case Status\" added (text)", "case 12 is Active", "case 1: Active -> Inactive"}},
       {[&](Transaction& t) {
          t->setVariableName(mass, "Weight");
          t->setVariableNature(mass, VariableNature::Unspecified);

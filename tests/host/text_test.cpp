@@ -34,6 +34,8 @@ TEST(Text, IsMeasuredAsATerminalDrawsIt) {
     EXPECT_EQ(shortened(printable(c.text), 5), c.shortened);
     EXPECT_EQ(displayWidth(c.text), c.width) << c.text;
   }
+  EXPECT_EQ(cutToBytes("a\xc3\xa9\xc3\xa9", 5), "a\xc3\xa9\xc3\xa9");
+  EXPECT_EQ(cutToBytes("a\xc3\xa9\xc3\xa9z", 5), "a…");
 }
 
 RC_GTEST_PROP(Text, OfAnyBytesIsPrintable, (std::string const& bytes, std::uint8_t width)) {

@@ -57,7 +57,7 @@ struct IncompleteTail {
 ///
 /// An edit is acknowledged when its frames are whole on the disk: its own, and those of slots that edited in
 /// consequence. Blocks that leave the project outside `edit` (a host's own transaction and its slots) become frames in
-/// the order in which they left, at the latest with the next `edit` or `flush`.
+/// the order in which they left, at the latest with the next `edit` or `flush`; each is a write of its own.
 ///
 /// The file is bound to the project until it is closed or destroyed, and must not outlive it. A reset or clear of
 /// the project closes it.
@@ -112,8 +112,9 @@ class CASEBOOK_EXPORT ProjectFile {
   /// destroy this object.
   bool edit(std::string_view label, std::function<void(Transaction&)> const& change);
 
-  /// Writes the blocks that left the project outside `edit`, refused and failing as `edit` does. What could not be
-  /// written goes on waiting, unless the file closed.
+  /// Writes and syncs the blocks that left the project outside `edit`, one after the other, refused and failing as
+  /// `edit` does. Those that were written before a failure stay in the file; the others go on waiting, unless the file
+  /// closed.
   void flush();
 
   /// Lets go of the file and of the project; blocks that were not flushed are lost.
