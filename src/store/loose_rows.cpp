@@ -13,7 +13,21 @@ std::vector<Variant> const& LooseRows::add(u64 record, std::vector<Variant> cell
   return added->second;
 }
 
-void LooseRows::reserveRemoval() { reserveOneMore(gone_); }
+void LooseRows::reserve(Store& store) {
+  std::size_t const rows = store.records.size() + 1;
+  reserveOneMore(gone_);
+  reserveFor(tail_, rows);
+  reserveFor(cells_, rows);
+  for (auto& variable : store.variables.all()) reserveFor(variable.values, rows);
+}
+
+void LooseRows::clear() noexcept {
+  added_.clear();
+  gone_.clear();
+  lowestUid_ = std::numeric_limits<u64>::max();
+  tail_.clear();
+  cells_.clear();
+}
 
 void LooseRows::remove(DataRecord const& record) noexcept {
   if (added_.erase(record.id) == 0) gone_.push_back(record.row);
@@ -25,43 +39,37 @@ std::vector<Variant> const* LooseRows::find(u64 record) const noexcept {
   return found == added_.end() ? nullptr : &found->second;
 }
 
-/// The records from the first that came or went, in the order of their rows to be.
-std::vector<LooseRows::Source> LooseRows::sourcesOfTail(Store& store) {
-  std::vector<Source> sources;
+void LooseRows::findTail(Store& store) noexcept {
   auto loose = added_.begin();
   for (auto& record : store.records.after(lowestUid_ - 1)) {
     bool const isLoose = loose != added_.end() && loose->first == record.id;
-    sources.push_back({&record, isLoose ? &(loose++)->second : nullptr});
+    tail_.push_back({&record, isLoose ? &(loose++)->second : nullptr});
   }
-  return sources;
 }
 
-u64 LooseRows::firstRow(std::vector<Source> const& tail, u64 columnLength) const noexcept {
-  auto const settled = std::ranges::find(tail, nullptr, &Source::loose);
-  u64 const first = settled == tail.end() ? columnLength : settled->record->row;
+u64 LooseRows::firstRow(u64 columnLength) const noexcept {
+  auto const settled = std::ranges::find(tail_, nullptr, &Source::loose);
+  u64 const first = settled == tail_.end() ? columnLength : settled->record->row;
   return gone_.empty() ? first : std::min(first, std::ranges::min(gone_));
 }
 
-void LooseRows::settle(Store& store) {
+// All memory was taken by `reserve`.
+void LooseRows::settle(Store& store) noexcept {
   if (empty()) return;
-  auto const tail = sourcesOfTail(store);
-  u64 const first = firstRow(tail, store.caseId->values.size());
-  std::vector<Variant> cells;
-  cells.reserve(tail.size());
-  for (auto& variable : store.variables.all()) reserveFor(variable.values, first + tail.size());
-
-  // From here on nothing can throw.
+  findTail(store);
+  u64 const first = firstRow(store.caseId->values.size());
   std::size_t column = 0;
   for (auto& variable : store.variables.all()) {
     auto& values = variable.values;
-    cells.clear();
-    for (auto const& [record, loose] : tail) cells.push_back(std::move(loose ? (*loose)[column] : values[record->row]));
+    cells_.clear();
+    for (auto const& [record, loose] : tail_)
+      cells_.push_back(std::move(loose ? (*loose)[column] : values[record->row]));
     values.resize(first);
-    values.insert(values.end(), std::move_iterator{cells.begin()}, std::move_iterator{cells.end()});
+    values.insert(values.end(), std::move_iterator{cells_.begin()}, std::move_iterator{cells_.end()});
     ++column;
   }
   u64 row = first;
-  for (auto const& source : tail) source.record->row = row++;
+  for (auto const& source : tail_) source.record->row = row++;
   clear();
 }
 

@@ -137,6 +137,7 @@ std::vector<Variant> Table::newRow() const {
 }
 
 DataRecord& Table::insertRecord(u64 uid, std::vector<Variant> row) {
+  looseRows_.reserve(store_);
   auto const& cells = looseRows_.add(uid, std::move(row));
   try {
     return create(store_, sink_, DataRecord{uid},
@@ -153,7 +154,7 @@ void Table::removeFiles(std::vector<u64> const& auxFiles) {
 }
 
 void Table::removeRecord(DataRecord& record) {
-  looseRows_.reserveRemoval();
+  looseRows_.reserve(store_);
   auto const auxFiles = record.auxFiles;
   removeFiles(auxFiles);
   sink_.take(RecordErasure{record, auxFiles, *this});

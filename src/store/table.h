@@ -59,7 +59,7 @@ class Table {
   /// Takes a record out, its files first. Its row stays open until `settleRows`.
   void removeRecord(DataRecord& record);
   /// Gives every record the row that is its rank by UID.
-  void settleRows() { looseRows_.settle(store_); }
+  void settleRows() noexcept { looseRows_.settle(store_); }
 
   [[nodiscard]] Variant const& cell(DataVariable const& variable, DataRecord const& record) const;
 

@@ -6,19 +6,25 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 namespace casebook {
 namespace {
 
 using test::Content;
 using test::CurrentProject;
-using test::refusalOf;
+using test::runsOut;
 using test::stateOf;
+using test::transact;
+
+/// What fails: an edit, which then did nothing; one of several steps, which may have taken some; a replay; the end.
+enum class Failing { Edit, Steps, Replay, End };
 
 /// A host with a project that holds something of each kind. It stores blocks also when memory runs out.
 class Abort : public testing::Test {
  protected:
   Abort() {
-    transact([](Project& p) {
+    transact(*project_, [](Project& p) {
       p.addRecord();                                           // 2
       p.addVariable("v", {}, Variant::String, "x");            // 3
       p.addRecord();                                           // 4
@@ -29,40 +35,33 @@ class Abort : public testing::Test {
     });
   }
 
-  template <class Edits>
-  void transact(Edits&& edits) {
-    auto transaction = project_->startTransaction();
-    edits(*project_);
-    transaction.commit();
-  }
-
-  /// The edits, or the end of their transaction, fail with each allocation in turn, and are aborted.
+  /// Each allocation in turn fails. What then stands in the table is what the block tells, and the host undoes it.
   template <class Edits, class Last>
-  void failInTurn(Edits&& edits, Last&& last, bool atTheEnd) {
+  void failInTurn(Failing failing, Edits&& edits, Last&& last) {
     auto const start = stateOf(*project_);
+    auto const checkpoint = project_->checkpoint();
     bool ranOut = true;
     for (long count = 0; ranOut; ++count) {
       block_.clear();
       blocks_ = 0;
       auto transaction = project_->startTransaction();
       edits(*project_);
-      if (atTheEnd) {
-        last(*project_);
-        ranOut = test::runsOut(count, [&] { transaction.commit(); });
-      } else {
-        ranOut = test::runsOut(count, [&] { last(*project_); });
-        transaction.commit();
+      auto const before = stateOf(*project_);
+      if (failing == Failing::End) last(*project_);
+      else ranOut = runsOut(count, [&] { last(*project_); });
+      if (failing == Failing::Edit && ranOut) {
+        EXPECT_EQ(stateOf(*project_), before) << count;
       }
+      if (failing == Failing::End) ranOut = runsOut(count, [&] { transaction.commit(); });
+      else transaction.commit();
       ASSERT_LE(blocks_, 1);
-      if (blocks_ == 1) undo(Content{block_});
+      if (blocks_ == 1) {
+        auto const copy = test::restored({checkpoint.block, block_}, checkpoint.nextUid);
+        ASSERT_TRUE(failing == Failing::Replay || stateOf(*copy) == stateOf(*project_)) << count;
+        test::undo(*project_, block_);
+      }
       ASSERT_EQ(stateOf(*project_), start) << count;
     }
-  }
-
-  void undo(Content const& block) {
-    transact([&](Project& p) {
-      p.processJournalTransaction(Journal::Transaction{block, 0}, Journal::Direction::Backwards);
-    });
   }
 
   CurrentProject const project_;
@@ -80,53 +79,38 @@ class Abort : public testing::Test {
 };
 
 void eraseAll(Project& p) {
-  p.eraseVariable(3);
-  p.eraseRecord(4);
-  p.eraseTagGroup(6);
-  p.erasePathRegex(7);
-  p.eraseVariableRegex(8);
+  p.eraseVariable(3), p.eraseRecord(4), p.eraseTagGroup(6), p.erasePathRegex(7), p.eraseVariableRegex(8);
 }
 
 TEST_F(Abort, AfterAnEditRanOutOfMemoryLeavesNothing) {
-  for (auto const& edit : test::randomEdits) {
-    SCOPED_TRACE(edit.name);
-    for (u64 const word : {0u, 75u, 99'991u})
-      failInTurn([](Project& p) { p.eraseRecord(4); },
-                 [&](Project& p) {
-                   std::set<u64> touched;
-                   test::Choice choice{p, touched, word};
-                   refusalOf([&] { edit.make(p, choice); });
-                 },
-                 false);
-  }
+  std::set<std::string> const ofSteps{"setRow", "activate", "setCalculated"};
+  for (u64 kind = 0; kind < std::size(test::randomEdits); ++kind)
+    for (u64 const word : {0u, 75u, 99'991u}) {
+      SCOPED_TRACE(test::randomEdits[kind].name);
+      failInTurn(
+          ofSteps.contains(test::randomEdits[kind].name) ? Failing::Steps : Failing::Edit,
+          [](Project& p) { p.eraseRecord(4); },
+          [&](Project& p) { test::RandomEdits{p}.make(word * std::size(test::randomEdits) + kind); });
+    }
 }
 
 TEST_F(Abort, AfterTheEndRanOutOfMemoryLeavesNothing) {
-  failInTurn(
-      [](Project& p) {
-        p.addRecord();
-        p.activate(2, false);
-      },
-      eraseAll, true);
+  failInTurn(Failing::End, [](Project& p) { p.addRecord(), p.activate(2, false); }, eraseAll);
 }
 
 TEST_F(Abort, AfterAReplayRanOutOfMemoryLeavesNothing) {
-  transact([](Project& p) {
-    p.addRecord();
-    p.activate(2, false);
-    p.setVariableType(3, VariableType::Calculated);
-    p.setTagGroupName(6, "h");
-    p.removeTag(6, "t");
-    p.setRootPath("/");
+  transact(*project_, [](Project& p) {
+    p.addRecord(), p.activate(2, false), p.setVariableType(3, VariableType::Calculated);
+    p.setTagGroupName(6, "h"), p.removeTag(6, "t"), p.setRootPath("/");
     eraseAll(p);
   });
   auto const block = block_;
   auto const replay = [&](Journal::Direction direction) {
     return [&, direction](Project& p) { p.processJournalTransaction(Journal::Transaction{block, 0}, direction); };
   };
-  failInTurn([](Project&) {}, replay(Journal::Direction::Backwards), false);
-  undo(block);
-  failInTurn([](Project&) {}, replay(Journal::Direction::Forwards), false);
+  failInTurn(Failing::Replay, [](Project&) {}, replay(Journal::Direction::Backwards));
+  test::undo(*project_, block);
+  failInTurn(Failing::Replay, [](Project&) {}, replay(Journal::Direction::Forwards));
 }
 
 }  // namespace

@@ -14,11 +14,10 @@ using test::stateOf;
 
 constexpr auto freshState = "texts ||\nvariable 1 Case ID|||0:0|1|3|0|case id\n";
 
-/// A host's own kind of project: it counts the connections to each signal and takes every record for active.
+/// A host's own kind of project: it counts the connections to each signal.
 struct HostProject : Project {
   std::array<int, 4> connections{};
 
-  bool recordIsActive(u64) const override { return true; }
   void signalProjectChangePreConnected() override { ++connections[0]; }
   void signalProjectChangeConnected() override { ++connections[1]; }
   void signalProjectJournalConnected() override { ++connections[2]; }
@@ -34,8 +33,6 @@ TEST(Lifecycle, TheCurrentProjectIsTheHostsElseTheProcesss) {
     EXPECT_EQ(&Project::project(), &own);
     projectPtr = beside.get();
     EXPECT_EQ(&currentProject(), beside.get());
-    auto const later = createProject();
-    EXPECT_EQ(&currentProject(), beside.get());
   }
   EXPECT_EQ(projectPtr, nullptr);
   EXPECT_EQ(&Project::project(), &own);
@@ -46,8 +43,6 @@ TEST(Lifecycle, AHostMayDeriveItsOwn) {
   auto made = std::make_unique<HostProject>();
   auto const& host = *made;
   CurrentProject const project{std::move(made)};
-  EXPECT_TRUE((Record{99, NoLockRequired{}}.isActive())) << "handles dispatch to the host's project";
-  EXPECT_EQ(host.connections, (std::array{0, 0, 0, 0}));
   Listener const all{*project};
   auto const one = project->connectProjectJournal([](auto&) {});
   EXPECT_EQ(host.connections, (std::array{1, 1, 2, 1}));
@@ -91,27 +86,42 @@ TEST(Lifecycle, ResetAndClearEmptyTheProjectAndKeepTheTransactions) {
 TEST(Lifecycle, ConnectionsOutliveTheProjectAndSlotsDoNot) {
   auto project = createProject();
   auto const kept = std::make_shared<int>();
-  ScopedConnection first = project->connectProjectReset([kept] {});
-  ScopedConnection const connection = std::move(first);
+  ScopedConnection const connection = project->connectProjectReset([kept] {});
   EXPECT_TRUE(connection.connected());
   project.reset();
   EXPECT_FALSE(connection.connected());
   EXPECT_EQ(kept.use_count(), 1);
 }
 
-// What later versions are to bring is refused, and nothing changes.
-TEST(Lifecycle, WhatIsNotBuiltIsRefused) {
-  CurrentProject const project;
-  fill(*project);
-  auto const before = stateOf(*project);
-  auto const refused = [&](auto&& call) {
-    return refusalOf(call).ends_with(" is not available in this version. (true)");
+TEST(Lifecycle, OnlyANewProjectIsRestoredAndNobodyHearsIt) {
+  auto const notNew = "Only a new project can be restored. (true)";
+  std::pair<void (*)(Project&), std::string> const rows[] = {
+      {[](Project& p) { p.addRecord(), p.resetProject(); }, ""},
+      {[](Project& p) { p.setFriendlyName("a"), p.setFriendlyName(""); }, ""},
+      {[](Project& p) { p.addTagGroup("g"); }, notNew},
+      {[](Project& p) { p.setVariableDefaultValue(1, 1.0); }, notNew},
   };
-  EXPECT_TRUE(refused([&] { return project->auxFilesImage(2); }));
-  EXPECT_TRUE(refused([&] { project->removeTags({"t"}); }));
-  EXPECT_TRUE(refused([&] { project->merge({}, nullptr); }));
-  EXPECT_TRUE(refused([&] { return project->variableRange(1); }));
-  EXPECT_EQ(stateOf(*project), before);
+  auto const original = createProject();
+  original->addTagGroup("g");
+  auto const checkpoint = original->checkpoint();
+  Journal::Transaction const block{checkpoint.block, 0};
+  for (auto const& [edit, refusal] : rows) {
+    CurrentProject const project;
+    Listener listener{*project};
+    auto const restore = [&] { project->restore({&block, 1}, 9); };
+    test::transact(*project, [&, change = edit](Project& p) {
+      change(p);
+      EXPECT_EQ(refusalOf(restore), notNew);
+      EXPECT_EQ(refusalOf([&] { (void)p.checkpoint(); }), "A checkpoint needs all transactions to be closed. (true)");
+    });
+    listener.take();
+    auto const expected = refusal.empty() ? stateOf(*original) : stateOf(*project);
+    EXPECT_EQ(refusalOf(restore), refusal);
+    project->startTransaction().commit();
+    EXPECT_EQ(listener.take(), Lines{});
+    EXPECT_EQ(stateOf(*project), expected);
+    EXPECT_TRUE(!refusal.empty() || project->addRecord().id() == 9u);
+  }
 }
 
 }  // namespace

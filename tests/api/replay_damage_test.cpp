@@ -1,9 +1,12 @@
 #include "support/allocations.h"
+#include "support/every_command.h"
 #include "support/state.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <set>
+#include <tuple>
 
 namespace casebook {
 namespace {
@@ -27,55 +30,6 @@ class Finalized : public Journal::TransactionWriter {
 bool isValid(Content const& block) { return Journal::Transaction{block, 0}.valid(); }
 
 std::string stateOf(Project& project) { return test::stateOf(project, test::CalculatedCells::Hidden); }
-
-/// What there is before the transaction of one command of each kind.
-void prepare(Project& p) {
-  p.addRecord();                                           // 2
-  p.addVariable("x", {}, Variant::String, "d");            // 3
-  p.addVariable("y", {}, Variant::FloatingPoint, 1.5);     // 4
-  p.addTag(p.addTagGroup("g").id(), "t");                  // 5
-  p.addTagGroup("h");                                      // 6
-  p.addPathRegex("*", "t");                                // 7
-  p.addPathRegex("?", "u");                                // 8
-  p.addVariableRegex("*", Variable{3, NoLockRequired{}});  // 9
-  p.addVariableRegex("?", Variable{4, NoLockRequired{}});  // 10
-  p.addRecord();                                           // 11
-  p.addAuxFile(2, "f", "t");                               // 12
-  p.addAuxFile(11, "f", "");                               // 13
-}
-
-void makeOneOfEachKind(Project& p) {
-  p.setFriendlyName("n");
-  p.setDescription("d");
-  p.setRootPath("/r");
-  p.addVariable("z", VariableNature::Independent, Variant::UnsignedInteger, {});
-  p.setVariableDataType(3, Variant::Null);
-  p.setVariableNature(3, VariableNature{7});
-  p.setVariableDescription(3, "e");
-  p.setVariableName(3, "y");
-  p.setVariableExpression(3, "1");
-  p.setVariableDefaultValue(3, 2.5);
-  p.setRow(2, {{7, Variant::UnsignedInteger}, "cell", {}, {}});
-  p.setVariableType(3, VariableType::Calculated);
-  p.activate(2, false);
-  p.addAuxFile(p.addRecord().id(), "g", "");
-  p.addVariableRegex("v", Variable{1, NoLockRequired{}});
-  p.setVariableRegexExpression(9, "w");
-  p.setVariableRegexTarget(9, 4);
-  p.addPathRegex("p", "t");
-  p.setPathRegexExpression(7, "q");
-  p.setPathRegexTarget(7, "v");
-  p.addTagGroup("i");
-  p.setTagGroupName(5, "j");
-  p.addTag(5, "u");
-  p.removeTag(5, "t");
-  p.eraseVariable(4);
-  p.eraseAuxFile(12);
-  p.eraseRecord(11);
-  p.eraseTagGroup(6);
-  p.erasePathRegex(8);
-  p.eraseVariableRegex(10);
-}
 
 /// Replays damaged blocks into a project that stands where the sound one began.
 class Damage {
@@ -102,10 +56,7 @@ class Damage {
       EXPECT_EQ(project_->getRow(record.id()).size(), project_->variables().size());
     goOn();
     transaction.commit();
-    auto const journalled = journal_.blocks.back();
-    auto undo = project_->startTransaction();
-    project_->processJournalTransaction(Journal::Transaction{journalled, 0}, Direction::Backwards);
-    undo.commit();
+    test::undo(*project_, journal_.blocks.back());
     journal_.blocks.clear();
     EXPECT_EQ(stateOf(*project_), state_);
   }
@@ -137,48 +88,50 @@ class Damage {
   std::string state_;
 };
 
+/// A block and the project that it is replayed into.
+struct Sound {
+  Journal::Checkpoint start;
+  Content block;
+};
+
 class DamagedBlock : public testing::TestWithParam<std::pair<bool, Direction>> {
  protected:
   DamagedBlock() {
     CurrentProject const project;
     BlockStore journal{*project};
-    auto const transact = [&](auto&& edit) {
-      auto transaction = project->startTransaction();
-      edit();
-      transaction.commit();
-    };
-    transact([&] { prepare(*project); });
-    auto before = project->checkpoint();
-    transact([&] { makeOneOfEachKind(*project); });
-    auto after = project->checkpoint();
-    auto const redo = journal.blocks.back();
-    transact([&] { project->processJournalTransaction(Journal::Transaction{redo, 0}, Direction::Backwards); });
-    auto const undo = journal.blocks.back();
-    for (auto const* block : {&redo, &undo})
-      for (auto const& command : Journal::Transaction{*block, 0}.commands()) codes_.insert(command.code);
-
     auto const [isUndo, direction] = GetParam();
-    sound_ = isUndo ? undo : redo;
-    start_ = isUndo == (direction == Direction::Forwards) ? std::move(after) : std::move(before);
+    for (auto const& edit : test::everyCommand) {
+      auto const before = project->checkpoint();
+      test::transact(*project, edit);
+      auto const after = project->checkpoint();
+      auto const redo = journal.blocks.back();
+      test::undo(*project, redo);
+      auto const undo = journal.blocks.back();
+      test::undo(*project, undo);
+      for (auto const* block : {&redo, &undo})
+        for (auto const& command : Journal::Transaction{*block, 0}.commands()) codes_.insert(command.code);
+      sounds_.push_back({isUndo == (direction == Direction::Forwards) ? after : before, isUndo ? undo : redo});
+    }
   }
 
-  /// Of every kind one command, in the block or in that of its undoing.
+  /// Of every kind one command, in the blocks or in those of their undoing.
   std::set<std::uint32_t> codes_;
-  Content sound_;
-  Journal::Checkpoint start_;
+  std::vector<Sound> sounds_;
 };
 
 TEST_P(DamagedBlock, CutAnywhereIsRefusedOrReplaysInPart) {
-  Damage damage{start_};
-  ASSERT_TRUE(isValid(sound_));
-  for (std::size_t size = 0; size < sound_.size(); ++size) {
-    Content block{sound_.begin(), sound_.begin() + static_cast<std::ptrdiff_t>(size)};
-    EXPECT_FALSE(isValid(block)) << size;
-    damage.replay({block, 0}, GetParam().second);
-    if (size < 12) continue;
-    Finalized const made{block};
-    EXPECT_TRUE(isValid(made.content())) << size;
-    damage.replay({made.content(), 0}, GetParam().second);
+  for (auto const& [start, sound] : sounds_) {
+    Damage damage{start};
+    ASSERT_TRUE(isValid(sound));
+    for (std::size_t size = 0; size < sound.size(); ++size) {
+      Content block{sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(size)};
+      EXPECT_FALSE(isValid(block)) << size;
+      damage.replay({block, 0}, GetParam().second);
+      if (size < 12) continue;
+      Finalized const made{block};
+      EXPECT_TRUE(isValid(made.content())) << size;
+      damage.replay({made.content(), 0}, GetParam().second);
+    }
   }
 }
 
@@ -189,24 +142,54 @@ TEST_P(DamagedBlock, WithAnyByteChangedIsRefusedOrReplaysWithoutAFault) {
                                     0x6002,     0x6003,     0x7001,     0x7002,     0x7003,     0x80002001, 0x8000200A,
                                     0x80003002, 0x80004001, 0x80005001, 0x80006001, 0x80007001, 0x80007003};
   EXPECT_EQ(codes_, all);
-  Damage damage{start_};
-  for (std::size_t place = 0; place < sound_.size(); ++place) {
-    for (unsigned const change : {0x01u, 0x80u, 0xFFu}) {
-      auto block = sound_;
-      block[place] = static_cast<unsigned char>(block[place] ^ change);
-      EXPECT_FALSE(isValid(block)) << place;
-      if (place >= 12) block = Finalized{block}.content();
-      EXPECT_EQ(isValid(block), place >= 12) << place;
-      damage.replay({block, 0}, GetParam().second);
-      if (change == 0x01u && GetParam().second == Direction::Forwards) damage.restore(block);
+  for (auto const& [start, sound] : sounds_) {
+    Damage damage{start};
+    for (std::size_t place = 0; place < sound.size(); ++place) {
+      for (unsigned const change : {0x01u, 0x80u, 0xFFu}) {
+        auto block = sound;
+        block[place] = static_cast<unsigned char>(block[place] ^ change);
+        EXPECT_FALSE(isValid(block)) << place;
+        if (place >= 12) block = Finalized{block}.content();
+        EXPECT_EQ(isValid(block), place >= 12) << place;
+        damage.replay({block, 0}, GetParam().second);
+        if (change == 0x01u && GetParam().second == Direction::Forwards) damage.restore(block);
+      }
+      if (place % 16 == 0) damage.restart();
     }
-    if (place % 16 == 0) damage.restart();
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAnEditAndOfItsUndoing, DamagedBlock,
                          testing::Values(std::pair{false, Direction::Forwards}, std::pair{false, Direction::Backwards},
                                          std::pair{true, Direction::Forwards}, std::pair{true, Direction::Backwards}));
+
+TEST(Replay, TellsWhatDoesNotFit) {
+  // The code, the first eight bytes of the payload, and how many bytes there are; the others are zero.
+  std::tuple<std::uint32_t, u64, std::size_t, std::string> const rows[] = {
+      {0x4002, 2, 40, "Unknown journal command. (true)"},
+      {Journal::VariableNameSet, 0, 40, test::unknownEntity},
+      {Journal::TagGroupCreated, 9, 15, test::readBeyondEnd},
+      {Journal::FriendlyName, 4, 40, "Unknown type of value in a journal command. (true)"},
+      {Journal::RecordCreated, u64{1} << 63, 16, "A journal command holds an invalid identifier. (true)"},
+      {Journal::RecordCreated, 2, 16, "A journal command inserts a data entity that is there already. (true)"},
+      {Journal::VariableCreated, 9, 64, "A journal command holds a column of the wrong length. (true)"},
+      {Journal::RecordStatusSet, 0, 40,
+       "A journal command sets a case status, and there is no Case Status variable. (true)"},
+  };
+  CurrentProject const project;
+  project->addRecord();
+  project->addTag(project->addTagGroup("g").id(), "t");
+  auto const before = stateOf(*project);
+  for (auto const& [code, first, size, refusal] : rows) {
+    Content block(24 + size);
+    u64 const length = 12 + size;
+    std::memcpy(block.data() + 12, &length, 8);
+    std::memcpy(block.data() + 20, &code, 4);
+    std::memcpy(block.data() + 24, &first, 8);
+    EXPECT_EQ(refusalOf([&] { test::replay(*project, Finalized{block}.content()); }), refusal);
+    EXPECT_EQ(stateOf(*project), before);
+  }
+}
 
 }  // namespace
 }  // namespace casebook

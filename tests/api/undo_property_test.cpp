@@ -1,5 +1,4 @@
-// Random histories of transactions, each of 5 to 30 edits of every kind. A longer run prints how often each pair of
-// kinds met in one transaction, and asks that every pair did:
+// Random histories of transactions, each of 5 to 30 edits of every kind. A longer run:
 //
 //   RC_PARAMS="max_success=5000" casebook_tests --gtest_filter='UndoProperty.*'
 
@@ -10,10 +9,8 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <iomanip>
-#include <iostream>
 #include <iterator>
+#include <set>
 
 namespace casebook {
 namespace {
@@ -22,7 +19,7 @@ using test::BlockStore;
 using test::Content;
 using test::CurrentProject;
 using test::RandomEdits;
-using test::randomEdits;
+using test::restored;
 
 using Words = std::vector<u64>;
 using Direction = Journal::Direction;
@@ -48,70 +45,34 @@ rc::Gen<Words> histories() {
   };
 }
 
-/// How often an edit of one kind was followed by one of another in the same transaction.
-class Meetings {
- public:
-  void enter(std::size_t kind, std::vector<bool>& before) {
-    ++edits_;
-    for (std::size_t earlier = 0; earlier < kinds; ++earlier)
-      if (before[earlier]) ++counts_[earlier][kind];
-    before[kind] = true;
-  }
-  void endTransaction() { ++transactions_; }
+using Uids = std::set<u64>;
 
-  void report() const {
-    std::cout << transactions_ << " transactions, " << edits_ << " edits\n";
-    if (!std::getenv("RC_PARAMS")) return;
-    for (std::size_t earlier = 0; earlier < kinds; ++earlier) {
-      std::cout << std::setw(2) << earlier << ' ' << std::setw(18) << std::left << randomEdits[earlier].name
-                << std::right;
-      for (u64 const count : counts_[earlier]) std::cout << std::setw(7) << count;
-      std::cout << '\n';
-      EXPECT_TRUE(edits_ < 1'000'000 || std::ranges::count(counts_[earlier], 0u) == 0) << randomEdits[earlier].name;
-    }
-  }
-
-  static constexpr std::size_t kinds = std::size(randomEdits);
-
- private:
-  u64 counts_[kinds][kinds] = {};
-  u64 transactions_ = 0;
-  u64 edits_ = 0;
-};
-
-std::vector<u64> uidsOf(Project const& project) {
-  std::vector<u64> uids;
-  auto const append = [&](auto const& list) {
-    for (auto const entity : list) uids.push_back(entity.id());
+Uids uidsOf(Project& project) {
+  Uids uids;
+  auto const insert = [&](auto const& list) {
+    for (auto const entity : list) uids.insert(entity.id());
   };
-  append(project.variables());
-  append(project.records());
-  append(const_cast<Project&>(project).auxFiles());
-  append(project.tagGroups());
-  append(project.variableRegexs());
-  append(project.pathRegexs());
-  std::ranges::sort(uids);
+  insert(project.variables()), insert(project.records()), insert(project.auxFiles());
+  insert(project.tagGroups()), insert(project.variableRegexs()), insert(project.pathRegexs());
   return uids;
 }
 
-std::vector<u64> uidsOf(TransactionRecordGroup const& group) {
-  std::vector<u64> uids;
+Uids uidsOf(TransactionRecordGroup const& group) {
+  Uids uids;
   for (auto const* list :
        {&group.variables, &group.records, &group.auxFiles, &group.tagGroups, &group.variableRegexs, &group.pathRegexs})
-    uids.insert(uids.end(), list->begin(), list->end());
-  std::ranges::sort(uids);
-  uids.erase(std::ranges::unique(uids).begin(), uids.end());
+    uids.insert(list->begin(), list->end());
   return uids;
 }
 
-std::vector<u64> without(std::vector<u64> const& uids, std::vector<u64> const& taken) {
-  std::vector<u64> rest;
-  std::ranges::set_difference(uids, taken, std::back_inserter(rest));
+Uids without(Uids const& uids, Uids const& taken) {
+  Uids rest;
+  std::ranges::set_difference(uids, taken, std::inserter(rest, rest.end()));
   return rest;
 }
 
 /// Whether a transaction that led from entities to others reported them.
-void checkReport(TransactionRecord const& report, std::vector<u64> const& before, std::vector<u64> const& after) {
+void checkReport(TransactionRecord const& report, Uids const& before, Uids const& after) {
   auto const removed = uidsOf(report.removed);
   auto const added = uidsOf(report.added);
   RC_ASSERT(without(without(before, after), removed).empty());
@@ -133,16 +94,13 @@ std::string wholeState(Project& project) {
 /// A project, and a host that stores what it is given and can step back and forth.
 class History {
  public:
-  explicit History(Meetings& meetings) : meetings_{meetings}, states_{wholeState(*project_)} {}
-
   /// The words up to the end of the transaction. One in eight gives up at the first edit that is refused.
   void run(std::span<u64 const> words) {
     bool const strict = !words.empty() && (words.front() >> (levelBits - 3)) % 8 == 7;
     bool aborted = false;
     log_ += "--\n";
     Step step;
-    step.block = transact([&] { aborted = !edit(words, strict) && strict; });
-    meetings_.endTransaction();
+    step.block = transact([&](Project&) { aborted = !edit(words, strict) && strict; });
     auto state = wholeState(*project_);
     if (!aborted) {
       steps_.push_back(std::move(step));
@@ -182,10 +140,10 @@ class History {
     RC_ASSERT(wholeState(*replayed) == states_.back());
     RC_ASSERT(wholeState(*reopened) == states_.back());
     for (auto* const project : {&*project_, replayed.get(), reopened.get()}) {
-      auto transaction = project->startTransaction();
-      RandomEdits edits{*project};
-      for (u64 const word : words) edits.make(word);
-      transaction.commit();
+      test::transact(*project, [&](Project& p) {
+        RandomEdits edits{p};
+        for (u64 const word : words) edits.make(word);
+      });
     }
     auto const state = wholeState(*project_);
     RC_ASSERT(wholeState(*replayed) == state);
@@ -206,9 +164,7 @@ class History {
     report_ = {};
     auto const before = uidsOf(*project_);
     auto const blocks = journal_.blocks.size();
-    auto transaction = project_->startTransaction();
-    edits();
-    transaction.commit();
+    test::transact(*project_, edits);
     checkReport(report_, before, uidsOf(*project_));
     RC_ASSERT(journal_.blocks.size() <= blocks + 1);
     return journal_.blocks.size() == blocks ? Content{} : journal_.blocks.back();
@@ -217,23 +173,21 @@ class History {
   /// False when an edit was refused, at which a strict host stops.
   bool edit(std::span<u64 const> words, bool strict) {
     std::vector<Transaction> levels;
-    std::vector<bool> before(Meetings::kinds);
     RandomEdits edits{*project_};
     for (u64 const word : words) {
       u64 const level = word >> levelBits;
       if (level == 1) levels.push_back(project_->startTransaction());
       if (level == 2 && !levels.empty()) levels.pop_back();
       u64 const choices = word % (u64{1} << levelBits);
-      auto const kind = edits.make(choices);
-      log_ += randomEdits[choices % Meetings::kinds].name + std::string{kind ? "\n" : " refused\n"};
-      if (kind) meetings_.enter(*kind, before);
-      else if (strict) return false;
+      bool const made = edits.make(choices);
+      log_ += test::kindOf(choices).name + std::string{made ? "\n" : " refused\n"};
+      if (!made && strict) return false;
     }
     return true;
   }
 
   Content replay(Content const& block, Direction direction) {
-    return transact([&] { project_->processJournalTransaction(Journal::Transaction{block, 0}, direction); });
+    return transact([&](Project& p) { p.processJournalTransaction(Journal::Transaction{block, 0}, direction); });
   }
 
   Content step(std::size_t depth, Content const& block, Direction direction) {
@@ -247,45 +201,32 @@ class History {
     RC_ASSERT(wholeState(*project_) == states_[depth]);
   }
 
-  static std::unique_ptr<Project> restored(std::vector<Content> const& blocks, u64 nextUid) {
-    std::vector<Journal::Transaction> stored;
-    for (auto const& block : blocks) stored.emplace_back(block, 0);
-    auto project = createProject();
-    project->restore(stored, nextUid);
-    return project;
-  }
-
   CurrentProject project_;
   BlockStore journal_{*project_};
   TransactionRecord report_;
   ScopedConnection reports_ = project_->connectProjectChange([this](auto const& report) { report_ = report; });
-  Meetings& meetings_;
-  std::vector<std::string> states_;  ///< before the first step, and after each
+  std::vector<std::string> states_{wholeState(*project_)};  ///< before the first step, and after each
   std::vector<Step> steps_;
   std::string log_;
 };
 
-TEST(UndoProperty, NothingIsEverLost) {
-  Meetings meetings;
-  rc::detail::checkGTest([&] {
-    Words const words = *histories();
-    History history{meetings};
-    std::span<u64 const> last;
-    try {
-      for (auto begin = words.begin(); begin != words.end();) {
-        auto const end = std::find(begin, words.end(), endOfTransaction);
-        last = {begin, end};
-        history.run(last);
-        begin = end == words.end() ? end : end + 1;
-      }
-      history.walk();
-      history.restore(last);
-    } catch (...) {
-      RC_LOG(history.log());
-      throw;
+RC_GTEST_PROP(UndoProperty, NothingIsEverLost, ()) {
+  Words const words = *histories();
+  History history;
+  std::span<u64 const> last;
+  try {
+    for (auto begin = words.begin(); begin != words.end();) {
+      auto const end = std::find(begin, words.end(), endOfTransaction);
+      last = {begin, end};
+      history.run(last);
+      begin = end == words.end() ? end : end + 1;
     }
-  });
-  meetings.report();
+    history.walk();
+    history.restore(last);
+  } catch (...) {
+    RC_LOG(history.log());
+    throw;
+  }
 }
 
 }  // namespace

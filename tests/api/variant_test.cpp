@@ -22,26 +22,17 @@ Variant ofBits(u64 bits) { return Variant::ofWord(bits, Variant::FloatingPoint);
 TEST(Variant, ConvertsFromEveryTypeToEveryOther) {
   std::tuple<Variant, u64, double, std::string> const rows[] = {
       {{}, 0, noNumber, ""},
-      {Variant{7u, Variant::Null}, 0, noNumber, ""},
       {integer(largest), largest, 0x1p64, "18446744073709551615"},
-      {0.0, 0, 0.0, "0"},
       {-0.0, 0, 0.0, "0"},
-      {2.999, 2, 2.999, "2.999"},
-      {-7.5, 0, -7.5, "-7.5"},
-      {1.0 / 3, 0, 1.0 / 3, "0.3333333333333333"},
       {1e-5, 0, 1e-5, "0.00001"},
       {-1.2345678901234568e-5, 0, -1.2345678901234568e-5, "-0.000012345678901234568"},
-      {9.9e-6, 0, 9.9e-6, "9.9e-06"},
       {5e-324, 0, 5e-324, "5e-324"},
       {999999999999999.0, 999999999999999, 999999999999999.0, "999999999999999"},
       {1e15, 1000000000000000, 1e15, "1e+15"},
       {0x1p64, largest, 0x1p64, "1.8446744073709552e+19"},
       {infinity, largest, infinity, "inf"},
-      {-infinity, 0, -infinity, "-inf"},
       {Variant::nan(), 0, noNumber, "nan"},
       {ofBits(0xFFF0000000000001), 0, noNumber, "nan"},
-      {"", 0, noNumber, ""},
-      {"12", 0, noNumber, "12"},
       {std::string{"1\0b", 3}, 0, noNumber, std::string{"1\0b", 3}},
   };
   for (auto const& [value, asLong, asDouble, text] : rows) {
@@ -64,7 +55,6 @@ TEST(Variant, IsItsTypeAndAWord) {
   for (std::uint32_t type = 0; type < 4; ++type) EXPECT_EQ(std::memcmp(&values[type], &type, sizeof type), 0);
   EXPECT_EQ(Variant::ofWord(7, Variant::Null).word(), 0u);
   EXPECT_EQ(Variant{-2.0}.word(), 0xC000000000000000);
-  EXPECT_EQ(Variant{"text"}.word(), 0u);
   auto const refusal = "A text cannot be made from a number. (true)";
   EXPECT_EQ(test::refusalOf([] { return Variant{1u, Variant::String}; }), refusal);
   EXPECT_EQ(test::refusalOf([] { return Variant::ofWord(1, Variant::String); }), refusal);
@@ -74,20 +64,16 @@ TEST(Variant, OrderIsTotalByTypeThenValue) {
   std::vector<std::vector<Variant>> const ascending = {
       {{}, Variant{9u, Variant::Null}},
       {integer(0)},
-      {integer(1)},
       {integer(largest)},
       {-infinity},
       {-1.0},
       {-0.0, 0.0},
       {5e-324},
-      {1.0},
-      {infinity},
       {Variant::nan(), ofBits(0xFFF8000000000000), ofBits(0x7FF0000000000001)},
       {"", std::string{}},
       {std::string{"\0", 1}},
       {"10"},
       {"9"},
-      {"A"},
       {"AB", std::string{"AB"}},
       {"a"},
       {"\xC3\xA4"}};
@@ -103,18 +89,14 @@ TEST(Variant, OrderIsTotalByTypeThenValue) {
 
 TEST(Variant, CopiesShareTheTextWhichLastsWithTheLastOfThem) {
   auto value = std::make_unique<Variant>(std::string(100, 'x'));
-  Variant copy{*value};
   Variant assigned;
-  assigned = copy;
+  assigned = *value;
   auto const* const text = &value->stringValue();
-  EXPECT_EQ(&copy.stringValue(), text);
   value.reset();
-  copy = Variant{"other"};
-  auto const& same = assigned;
-  assigned = same;
-  swap(copy, assigned);
+  Variant other{"other"};
+  swap(other, assigned);
   EXPECT_EQ(assigned, Variant{"other"});
-  EXPECT_EQ(&Variant{std::move(copy)}.stringValue(), text);
+  EXPECT_EQ(&Variant{std::move(other)}.stringValue(), text);
 }
 
 }  // namespace

@@ -153,6 +153,22 @@ inline void addCase(Transaction& transaction) {
   project.setValue(column.lock(transaction), record.lock(transaction), Variant{2.5});
 }
 
+/// A host whose slot keeps the description up to date, and holds still while the file is replayed, or does not.
+class EditingSlot {
+ public:
+  EditingSlot(Project& project, ProjectFile const* file)
+      : connection_{project.connectProjectChange([&project, file](TransactionRecord const&) {
+          auto const wanted = std::to_string(project.records().size()) + " records";
+          if (project.description() == wanted || (file && file->isReplaying())) return;
+          auto transaction = project.startTransaction();
+          transaction->setDescription(wanted);
+          transaction.commit();
+        })} {}
+
+ private:
+  ScopedConnection connection_;
+};
+
 inline ProjectFile::Options with(FileSystem& system, ProjectFile::Access access = ProjectFile::Access::Write) {
   ProjectFile::Options options;
   options.access = access;

@@ -27,7 +27,24 @@ void makeSmall(Desk& desk, std::string const& file = "p.casebook") {
   ASSERT_EQ(result.code, 0) << result.err;
 }
 
+/// While it lives, streams write 1234.5 as 1.2.3.4,5.
+class LocaleOfCommas {
+ public:
+  LocaleOfCommas() : before_{std::locale::global(std::locale{std::locale{}, new Commas})} {}
+  LocaleOfCommas(LocaleOfCommas const&) = delete;
+  ~LocaleOfCommas() { std::locale::global(before_); }
+
+ private:
+  struct Commas : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\1"; }
+  };
+  std::locale before_;
+};
+
 TEST(Import, GivesPenguinsBackCellForCell) {
+  LocaleOfCommas const commas;
   Desk desk;
   Result const imported = desk.import("p.casebook", penguins);
   EXPECT_EQ(imported.code, 0);
@@ -54,7 +71,8 @@ TEST(Import, GivesPenguinsBackCellForCell) {
 rc::Gen<std::string> anyCell() {
   return rc::gen::weightedOneOf<std::string>(
       {{2, rc::gen::map(rc::gen::arbitrary<double>(), [](double x) { return Variant{x}.toString(); })},
-       {1, rc::gen::element<std::string>("", "0", "-0", "007", "1e5", "NA", "1e400", "\"", "\r\n", "\xff", ";")},
+       {1, rc::gen::element<std::string>("", "0", "-0", "007", "1e5", "NA", "1e400", "\"", "\r\n", "\xff",
+                                         "\xef\xbb\xbf", "a\"b,c;\td\n", "\r")},
        {1, rc::gen::arbitrary<std::string>()}});
 }
 
@@ -69,15 +87,17 @@ RC_GTEST_PROP(Import, OfAnyTableIsExportedAsItWas, ()) {
   auto const columns = *rc::gen::inRange<std::size_t>(1, 4);
   auto const rows = *rc::gen::container<std::vector<std::vector<std::string>>>(
       rc::gen::container<std::vector<std::string>>(columns, anyCell()));
+  auto const separator = *rc::gen::element(',', ';', '|');
   std::ostringstream text;
-  CsvWriter writer{text, {}};
-  for (std::size_t i = 0; i < columns; ++i) writer.field("c" + std::to_string(i));
+  CsvWriter writer{text, {separator, *rc::gen::element<std::string_view>("\n", "\r\n")}};
+  for (std::size_t i = 0; i < columns; ++i) writer.field("c\",;|\n" + std::to_string(i));
   writer.endRow();
   for (auto const& row : rows) {
     for (auto const& cell : row) writer.field(cell);
     writer.endRow();
   }
-  RC_ASSERT(desk.import("p.casebook", text.str(), {"--encoding", "bytes"}).code == 0);
+  std::vector<std::string> const options{"--encoding", "bytes", "--separator", {separator}};
+  RC_ASSERT(desk.import("p.casebook", text.str(), options).code == 0);
   std::string const exported = desk.csv("p.casebook");
   CsvTable const table = CsvTable::parse(exported, ',');
   RC_ASSERT(table.rows() == rows.size());
@@ -89,42 +109,31 @@ RC_GTEST_PROP(Import, OfAnyTableIsExportedAsItWas, ()) {
 TEST(Import, TakesBuiltInColumnsAndWishes) {
   struct Case {
     std::string table;
-    std::vector<std::string> options;
     std::string exported;
-    std::string hint;
+    std::vector<std::string> options = {};
+    std::string hint = {};
   };
   std::vector<Case> const cases{
-      {"x,Case ID\na,4294967295\nb,0\n", {}, "Case ID,x\n4294967295,a\n0,b\n", ""},
-      {"x,Case Status,y\na,Active,1\nb,Inactive,2\n",
-       {},
-       "Case ID,x,Case Status,y\n1,a,Active,1\n2,b,Inactive,2\n",
-       ""},
-      {"Case Status\nActive\n", {}, "Case ID,Case Status\n1,Active\n", ""},
-      {"Case Status,x\n", {}, "Case ID,x\n", "hint: \"Case Status\" comes with the first case; it is left out here.\n"},
+      {"x,Case ID\na,4294967295\nb,0\n", "Case ID,x\n4294967295,a\n0,b\n"},
+      {"x,Case Status,y\na,Active,1\nb,Inactive,2\n", "Case ID,x,Case Status,y\n1,a,Active,1\n2,b,Inactive,2\n"},
+      {"Case Status,x\n", "Case ID,x\n", {}, "hint: \"Case Status\" comes with the first case; it is left out here.\n"},
       {"Case ID,Case Status\nx,y\n",
-       {"--rename", "Case ID=Number", "--rename", "Case Status=A=B"},
        "Case ID,Number,A=B\n1,x,y\n",
-       ""},
-      {"x=y,z\n1,2\n", {"--rename", "x=y=q", "--rename", "z=Case ID"}, "Case ID,q\n2,1\n", ""},
-      {"x,y\nNA,NA\n1,b\n", {"--missing", "NA"}, "Case ID,x,y\n1,,\n2,1,b\n", ""},
+       {"--rename", "Case ID=Number", "--rename", "Case Status=A=B"}},
+      {"x=y,z\n1,2\n", "Case ID,q\n2,1\n", {"--rename", "x=y=q", "--rename", "z=Case ID"}},
+      {"x,y\nNA,NA\n1,b\n", "Case ID,x,y\n1,,\n2,1,b\n", {"--missing", "NA"}},
       {"x,y\nNA,NA\n1,b\n",
-       {},
        "Case ID,x,y\n1,NA,NA\n2,1,b\n",
+       {},
        "hint: \"x\" is text only for the word \"NA\" in 1 cell; --missing \"NA\" reads it as missing.\n"},
-      {"x,y\nnan,1\n-inf,007\n", {"--type", "x=number", "--type", "y=text"}, "Case ID,x,y\n1,nan,1\n2,-inf,007\n", ""},
-      {"x,y,z\n#DIV/0!,\"1,5\",1\n1,1,1\n",
-       {},
-       "Case ID,x,y,z\n1,#DIV/0!,\"1,5\",1\n2,1,1,1\n",
-       "hint: \"x\" is text only for the word \"#DIV/0!\" in 1 cell; --missing \"#DIV/0!\" reads it as missing.\n"},
-      {"x;y\n1,5;2\n", {"--separator", ";"}, "Case ID,x,y\n1,\"1,5\",2\n", ""},
+      {"x,y\nnan,1\n-inf,007\n", "Case ID,x,y\n1,nan,1\n2,-inf,007\n", {"--type", "x=number", "--type", "y=text"}},
       {"x;y\n1;2\n",
-       {},
        "Case ID,x;y\n1,1;2\n",
+       {},
        "hint: The header is one field; --separator \";\" reads it as several.\n"},
-      {"x\ty\n1\t2\n", {"--separator", "tab"}, "Case ID,x,y\n1,1,2\n", ""},
-      {"n\xe9\n\xe9\n", {"--encoding", "latin1"}, "Case ID,n\xc3\xa9\n1,\xc3\xa9\n", ""},
-      {"x,y\n", {}, "Case ID,x,y\n", ""},
-      {"\xef\xbb\xbfx\r\n1\r\n", {}, "Case ID,x\n1,1\n", ""}};
+      {"x\ty\n1\t2\n", "Case ID,x,y\n1,1,2\n", {"--separator", "tab"}},
+      {"n\xe9\n\xe9\n", "Case ID,n\xc3\xa9\n1,\xc3\xa9\n", {"--encoding", "latin1"}},
+      {"\xef\xbb\xbfx\r\n1\r\n", "Case ID,x\n1,1\n"}};
   for (Case const& c : cases) {
     Desk desk;
     Result const result = desk.import("p.casebook", c.table, c.options);
@@ -137,82 +146,40 @@ TEST(Import, TakesBuiltInColumnsAndWishes) {
 TEST(Import, IsRefusedWithEveryPlaceAndLeavesTheProjectAsItWas) {
   struct Case {
     std::string table;
-    std::vector<std::string> options;
-    int code;
-    std::string err;
+    std::vector<std::string> places;
+    std::string hint = {};
+    std::vector<std::string> options = {};
   };
   std::vector<Case> const cases{
-      {"", {}, 1, "casebook: table.csv:1:1: The table is empty: its first line has to name the columns.\n"},
-      {"a,b\n1\n", {}, 1, "casebook: table.csv:2:1: This row has 1 field, the header has 2.\n"},
       {"a;b\n1,5;2\n",
-       {},
-       1,
-       "casebook: table.csv:2:1: This row has 2 fields, the header has 1.\n"
-       "hint: The header is one field; --separator \";\" reads it as several.\n"},
-      {"a\nb\xe9\n",
-       {},
-       1,
-       "casebook: table.csv:2:2: The byte 0xE9 is not UTF-8 here.\n"
-       "hint: --encoding latin1 reads a table in ISO 8859-1.\n"},
+       {"2:1: This row has 2 fields, the header has 1."},
+       "The header is one field; --separator \";\" reads it as several."},
+      {"a\nb\xe9\n", {"2:2: The byte 0xE9 is not UTF-8 here."}, "--encoding latin1 reads a table in ISO 8859-1."},
       {"a,,b,a,\n1,2,3,4,5\n",
-       {},
-       1,
-       "casebook: table.csv:1:3: Column 2 has no name.\ncasebook: table.csv:1:6: Column 4 is named \"a\", as column 1 "
-       "is.\n"
-       "casebook: table.csv:1:8: Column 5 has no name.\n"
-       "hint: Every column needs a name of its own in the header; --rename gives all columns of one name the same new "
-       "one.\n"},
-      {"a,\n1,2\n",
-       {"--rename", "a=b"},
-       1,
-       "casebook: table.csv:1:3: Column 2 has no name.\nhint: --rename \"=NAME\" names the column that has no name.\n"},
-      {"a\n1\n",
-       {"--rename", "a=b", "--rename", "a=c"},
-       2,
-       "casebook: --rename \"a=c\": Another --rename renames \"a\" already.\n"},
-      {"\xff\xfe"
-       "a",
-       {"--encoding", "latin1"},
-       1,
-       "casebook: table.csv:1:1: The table is in UTF-16; save the table as UTF-8.\n"},
-      {std::string{"a\n\xe9\0\n", 5}, {}, 1, "casebook: table.csv:2:1: The byte 0xE9 is not UTF-8 here.\n"},
+       {"1:3: Column 2 has no name.", "1:6: Column 4 is named \"a\", as column 1 is.", "1:8: Column 5 has no name."},
+       "Every column needs a name of its own in the header; --rename gives all columns of one name the same new one."},
+      {"\xff\xfe", {"1:1: The table is in UTF-16; save the table as UTF-8."}, "", {"--encoding", "latin1"}},
       {"Case ID\n1\n\n1\nx\n4294967296\n",
-       {},
-       1,
-       "casebook: table.csv:3:1: This case has no \"Case ID\".\n"
-       "casebook: table.csv:4:1: \"Case ID\" 1 stands on line 2 already.\n"
-       "casebook: table.csv:5:1: \"Case ID\" \"x\" is not a whole number below 4294967296.\n"
-       "casebook: table.csv:6:1: \"Case ID\" \"4294967296\" is not a whole number below 4294967296.\n"
-       "hint: --rename \"Case ID=NAME\" brings the column in as an ordinary one.\n"},
+       {"3:1: This case has no \"Case ID\".", "4:1: \"Case ID\" 1 stands on line 2 already.",
+        "5:1: \"Case ID\" \"x\" is not a whole number below 4294967296.",
+        "6:1: \"Case ID\" \"4294967296\" is not a whole number below 4294967296."},
+       "--rename \"Case ID=NAME\" brings the column in as an ordinary one."},
       {"x,Case Status\n\"1\n2\",active\n1,\n",
-       {},
-       1,
-       "casebook: table.csv:3:4: \"Case Status\" \"active\" is neither \"Active\" nor \"Inactive\".\n"
-       "casebook: table.csv:4:3: \"Case Status\" \"\" is neither \"Active\" nor \"Inactive\".\n"
-       "hint: --rename \"Case Status=NAME\" brings the column in as an ordinary one.\n"},
+       {"3:4: \"Case Status\" \"active\" is neither \"Active\" nor \"Inactive\".",
+        "4:3: \"Case Status\" \"\" is neither \"Active\" nor \"Inactive\"."},
+       "--rename \"Case Status=NAME\" brings the column in as an ordinary one."},
       {"x\n1\na\n007\n",
-       {"--type", "x=number"},
-       1,
-       "casebook: table.csv:3:1: \"x\" \"a\" is not a number.\ncasebook: table.csv:4:1: \"x\" \"007\" has leading "
-       "zeros.\n"},
-      {"x\n1\n", {"--type", "x=date"}, 2, "casebook: --type \"x=date\": A type is number, text or integer.\n"},
-      {"x\n1\n",
-       {"--rename", "X=y"},
-       1,
-       "casebook: --rename \"X=y\": The table has no column \"X\". Did you mean \"x\"?\n"},
-      {"x\n1\n",
-       {"--independent", "Case ID"},
-       1,
-       "casebook: --independent \"Case ID\": The table has no such column. There are \"x\".\n"},
-      {"x\n1\n",
-       {"--separator", "ab"},
-       2,
-       "casebook: --separator \"ab\": This is one ASCII character, neither a quote nor a line break.\n"}};
+       {"3:1: \"x\" \"a\" is not a number.", "4:1: \"x\" \"007\" has leading zeros."},
+       "",
+       {"--type", "x=number"}}};
   for (Case const& c : cases) {
+    std::string err;
+    for (std::string const& place : c.places) err += "casebook: table.csv:" + place + "\n";
+    if (!c.hint.empty()) err += "hint: " + c.hint + "\n";
     Desk desk;
     Result const result = desk.import("p.casebook", c.table, c.options);
-    EXPECT_EQ(result.code, c.code) << c.table;
-    EXPECT_EQ(result.err, c.err);
+    EXPECT_EQ(result.code, 1) << c.table;
+    EXPECT_EQ(result.err, err);
     EXPECT_EQ(desk.csv("p.casebook"), "Case ID\n");
     EXPECT_EQ(desk.done({"log", "p.casebook"}), "");
   }
@@ -235,6 +202,9 @@ TEST(Import, MeetsVariablesThatAreThereAndRefusesCases) {
   write("t.csv", "Sex,Ring\nMALE,7\n,\n");
   EXPECT_EQ(desk.run({"import", "p.casebook", "-", "--independent", "Sex"}, "Ring\n1\n").err,
             "casebook: --independent \"Sex\": The table has no such column. There are \"Ring\".\n");
+  EXPECT_EQ(desk.run({"import", "p.casebook", "-", "--rename", "Ring=b", "--rename", "Ring=c"}, "Ring\n1\n").code, 2);
+  EXPECT_EQ(desk.run({"import", "p.casebook", "-", "--rename", "ring=y"}, "Ring\n1\n").err,
+            "casebook: --rename \"ring=y\": The table has no column \"ring\". Did you mean \"Ring\"?\n");
   EXPECT_EQ(desk.run({"import", "p.casebook", "-"}, "Ring\nx\n").err,
             "casebook: stdin:2:1: \"Ring\" \"x\" is not a whole number from 0 to 4294967295.\n");
   desk.done({"import", "p.casebook", "t.csv", "--independent", "Sex"});
@@ -257,26 +227,10 @@ TEST(Edits, SayWhatTheyDidAndAreLogged) {
        "set case 7 \"Mass\" to 3800",
        {"case 7, \"Mass\": 3750.5 -> 3800"}},
       {{"set", "7", "Mass", "3800"}, "Case 7, \"Mass\" is 3800 already.\n", "", {}},
-      {{"set", "7", "Mass", ""},
-       "Case 7, \"Mass\": 3800 -> null\n",
-       "set case 7 \"Mass\" to null",
-       {"case 7, \"Mass\": 3800 -> null"}},
-      {{"set", "7", "Mass", "-5"},
-       "Case 7, \"Mass\": null -> -5\n",
-       "set case 7 \"Mass\" to -5",
-       {"case 7, \"Mass\": null -> -5"}},
       {{"set", "7", "Name", "--", "--x"},
        "Case 7, \"Name\": \"Ada\" -> \"--x\"\n",
        "set case 7 \"Name\" to \"--x\"",
        {"case 7, \"Name\": \"Ada\" -> \"--x\""}},
-      {{"set", "7", "Name", "++"},
-       "Case 7, \"Name\": \"--x\" -> \"++\"\n",
-       "set case 7 \"Name\" to \"++\"",
-       {"case 7, \"Name\": \"--x\" -> \"++\""}},
-      {{"set", "7", "Name", ""},
-       "Case 7, \"Name\": \"++\" -> \"\"\n",
-       "set case 7 \"Name\" to \"\"",
-       {"case 7, \"Name\": \"++\" -> \"\""}},
       {{"set", "9", "Ring", "4294967295"},
        "Case 9, \"Ring\": null -> 4294967295\n",
        "set case 9 \"Ring\" to 4294967295",
@@ -337,138 +291,86 @@ TEST(Edits, SayWhatTheyDidAndAreLogged) {
   }
   EXPECT_EQ(linesOf(desk.done({"log", "p.casebook"})).size(), transactions);
   EXPECT_EQ(desk.csv("p.casebook"),
-            "Case ID,Name,Mass,Ring,Case Status,Years\n7,,-5,1,Active,1.5\n4294967295,,,,Inactive,1.5\n"
+            "Case ID,Name,Mass,Ring,Case Status,Years\n7,--x,3800,1,Active,1.5\n4294967295,,,,Inactive,1.5\n"
             "1,,,,Active,1.5\n2,a=b,,,Inactive,1.5\n80,,,,Active,1.5\n");
 }
 
 TEST(Commands, AreRefusedWithReasonAndExitCode) {
   struct Case {
-    std::vector<std::string> arguments;
+    std::vector<std::string> arguments;  // without the file
     int code;
     std::string err;
   };
   std::vector<Case> const cases{
-      {{"set", "p.casebook", "8", "Mass", "1"}, 1, "casebook: There is no case 8. The nearest are 7 and 9.\n"},
-      {{"set", "p.casebook", "x", "Mass", "1"},
-       1,
-       "casebook: \"x\" is not a case identifier: a whole number below 4294967296.\n"},
-      {{"set", "p.casebook", "7", "mass", "1"}, 1, "casebook: There is no variable \"mass\". Did you mean \"Mass\"?\n"},
-      {{"set", "p.casebook", "7", "Mass", "heavy"},
-       1,
-       "casebook: \"heavy\" is not a number; \"Mass\" is of type number.\n"},
-      {{"set", "p.casebook", "7", "Mass", "9007199254740993"},
-       1,
-       "casebook: \"9007199254740993\" is a whole number beyond 2^53; \"Mass\" is of type number.\n"},
-      {{"set", "p.casebook", "7", "Ring", "1.5"},
-       1,
-       "casebook: \"1.5\" is not a whole number from 0 to 4294967295; \"Ring\" is of type integer.\n"},
-      {{"set", "p.casebook", "7", "Name", "\xff"}, 1, "casebook: \"\\xff\" is not UTF-8 at its character 1.\n"},
-      {{"set", "p.casebook", "7", "Name", "--null"},
-       1,
-       "casebook: \"Name\" is never null.\nhint: The value \"\" is the empty text.\n"},
-      {{"set", "p.casebook", "7", "Case ID", "9"}, 1, "casebook: There is a case 9 already.\n"},
-      {{"set", "p.casebook", "7", "Case ID", "--null"}, 1, "casebook: \"Case ID\" is never null.\n"},
-      {{"set", "p.casebook", "7", "Case ID", "4294967296"},
-       1,
-       "casebook: \"4294967296\" is not a case identifier: a whole number below 4294967296.\n"},
-      {{"set", "p.casebook", "7", "Case Status", "asleep"},
-       1,
-       "casebook: \"Case Status\" is \"Active\" or \"Inactive\".\n"},
-      {{"set", "p.casebook", "7", "Name", "-x"},
+      {{"set", "8", "Mass", "1"}, 1, "There is no case 8. The nearest are 7 and 9.\n"},
+      {{"set", "7", "mass", "1"}, 1, "There is no variable \"mass\". Did you mean \"Mass\"?\n"},
+      {{"set", "7", "Mass", "heavy"}, 1, "\"heavy\" is not a number; \"Mass\" is of type number.\n"},
+      {{"set", "7", "Name", "\xff"}, 1, "\"\\xff\" is not UTF-8 at its character 1.\n"},
+      {{"set", "7", "Name", "--null"}, 1, "\"Name\" is never null.\nhint: The value \"\" is the empty text.\n"},
+      {{"set", "7", "Case ID", "9"}, 1, "There is a case 9 already.\n"},
+      {{"set", "7", "Case Status", "asleep"}, 1, "\"Case Status\" is \"Active\" or \"Inactive\".\n"},
+      {{"set", "7", "Name", "-x"},
        2,
-       "casebook: The following argument was not expected: -x\nhint: For a value or a name that begins with \"-\", "
+       "The following argument was not expected: -x\nhint: For a value or a name that begins with \"-\", "
        "write -- before it: casebook set ... -- -x\n"},
-      {{"set", "p.casebook", "7", "Name", "--nlul"},
+      {{"set", "7", "Name", "--help"},
        2,
-       "casebook: The following argument was not expected: --nlul\nhint: Did you mean \"--null\"?\n"},
-      {{"set", "p.casebook", "7", "Name", "--help"},
-       2,
-       "casebook: The following argument was not expected: --help\nhint: casebook set --help tells more. For a value "
+       "The following argument was not expected: --help\nhint: casebook set --help tells more. For a value "
        "or "
        "a name that begins with \"-\", write -- before it: casebook set ... -- -x\n"},
-      {{"info", "p.casebook", "--name", "--description", "x"},
+      {{"info", "--name", "--description", "x"},
        2,
-       "casebook: --name has no value: \"--description\" is an option.\nhint: For a value that is named like an option "
+       "--name has no value: \"--description\" is an option.\nhint: For a value that is named like an option "
        "write --name=--description\n"},
-      {{"export", "p.casebook", "--csv", "-o", "--crlf"},
+      {{"set", "7", "Name"}, 2, "VALUE is required, or --null.\nhint: casebook set --help tells more.\n"},
+      {{"add-case", "Name=a", "Name=b"}, 2, "\"Name\" is given twice.\n"},
+      {{"add-variable", "Mass", "--type", "text"}, 1, "There is a variable \"Mass\" already.\n"},
+      {{"add-variable", "", "--type", "text"}, 1, "A variable needs a name.\n"},
+      {{"add-variable", "x", "--type", "integer", "--default", "-1"},
+       1,
+       "--default: \"-1\" is not a whole number from 0 to 4294967295.\n"},
+      {{"rename", "Case ID", "x"}, 1, "\"Case ID\" is built in and keeps its name.\n"},
+      {{"set-nature", "Mass", "often"},
        2,
-       "casebook: -o has no value: \"--crlf\" is an option.\nhint: For a value that is named like an option write "
-       "--output=--crlf\n"},
-      {{"set", "p.casebook", "7", "Name"},
+       "\"often\" is no nature: independent, none, or a whole number below 4294967296.\n"},
+      {{"export", "--csv", "-o", "hard"}, 1, "hard: This is the project's own file; the output needs another.\n"},
+      {{"export", "--csv", "-o", "folder"}, 1, "folder: This is a folder.\n"},
+      {{"import", "folder"}, 1, "folder: Cannot be read: Is a directory.\n"},
+      {{"import", "table.csv", "--separator", "ab"},
        2,
-       "casebook: VALUE is required, or --null.\nhint: casebook set --help tells more.\n"},
-      {{"add-case", "p.casebook", "Case ID=7"}, 1, "casebook: There is a case 7 already.\n"},
-      {{"add-case", "p.casebook", "Name=a", "Name=b"}, 2, "casebook: \"Name\" is given twice.\n"},
-      {{"add-variable", "p.casebook", "Mass", "--type", "text"},
-       1,
-       "casebook: There is a variable \"Mass\" already.\n"},
-      {{"add-variable", "p.casebook", "Case Status", "--type", "text"},
-       1,
-       "casebook: The name \"Case Status\" belongs to a built-in variable.\n"},
-      {{"add-variable", "p.casebook", "", "--type", "text"}, 1, "casebook: A variable needs a name.\n"},
-      {{"add-variable", "p.casebook", "x", "--type", "integer", "--default", "-1"},
-       1,
-       "casebook: --default: \"-1\" is not a whole number from 0 to 4294967295.\n"},
-      {{"add-variable", "p.casebook", "x", "--type", "date"},
+       "--separator \"ab\": This is one ASCII character, neither a quote nor a line break.\n"},
+      {{"create"}, 1, "p.casebook exists already.\n"},
+      {{"exprt"},
        2,
-       "casebook: --type \"date\": A type is number, text or integer.\n"},
-      {{"rename", "p.casebook", "Case ID", "x"}, 1, "casebook: \"Case ID\" is built in and keeps its name.\n"},
-      {{"rename", "p.casebook", "Mass", "Name"}, 1, "casebook: There is a variable \"Name\" already.\n"},
-      {{"set-nature", "p.casebook", "Case Status", "7"},
-       1,
-       "casebook: \"Case Status\" is built in and keeps its nature.\n"},
-      {{"set-nature", "p.casebook", "Mass", "often"},
-       2,
-       "casebook: \"often\" is no nature: independent, none, or a whole number below 4294967296.\n"},
-      {{"export", "p.casebook", "--csv", "-o", "p.casebook"},
-       1,
-       "casebook: p.casebook: This is the project's own file; the output needs another.\n"},
-      {{"export", "p.casebook", "--csv", "-o", "./folder/../link"},
-       1,
-       "casebook: ./folder/../link: This is the project's own file; the output needs another.\n"},
-      {{"export", "link", "--csv", "-o", "hard"},
-       1,
-       "casebook: hard: This is the project's own file; the output needs another.\n"},
-      {{"export", "p.casebook", "--csv", "-o", "folder"}, 1, "casebook: folder: This is a folder.\n"},
-      {{"export", "p.casebook", "--csv", "-o", "none/x"},
-       1,
-       "casebook: none/x: Cannot be written: No such file or directory.\n"},
-      {{"import", "p.casebook", "folder"}, 1, "casebook: folder: Cannot be read: Is a directory.\n"},
-      {{"import", "p.casebook", "p.casebook"}, 1, "casebook: p.casebook:1:1: The byte 0x89 is not UTF-8 here.\n"},
-      {{"show", "none"},
-       1,
-       "casebook: Cannot open none: No such file or directory\nhint: casebook create FILE makes one.\n"},
-      {{"create", ""}, 2, "casebook: The name of the project's file is empty.\n"},
-      {{"create", "p.casebook"}, 1, "casebook: p.casebook exists already.\n"},
-      {{"exprt", "p.casebook"},
-       2,
-       "casebook: There is no command \"exprt\". Did you mean \"export\"?\nhint: casebook --help lists the "
+       "There is no command \"exprt\". Did you mean \"export\"?\nhint: casebook --help lists the "
        "commands.\n"}};
   Desk desk;
   makeSmall(desk);
-  std::filesystem::create_symlink("p.casebook", "link");
   std::filesystem::create_hard_link("p.casebook", "hard");
   std::filesystem::create_directory("folder");
   std::string const before = contentOf("p.casebook");
   for (Case const& c : cases) {
-    Result const result = desk.run(c.arguments);
+    auto arguments = c.arguments;
+    arguments.insert(arguments.begin() + 1, "p.casebook");
+    Result const result = desk.run(arguments);
     EXPECT_EQ(result.code, c.code) << c.err;
-    EXPECT_EQ(result.err, c.err);
+    EXPECT_EQ(result.err, "casebook: " + c.err);
     EXPECT_EQ(result.out, "");
   }
   EXPECT_EQ(contentOf("p.casebook"), before);
 }
 
-TEST(Show, PrintsAPartAndSaysHowMuchItIs) {
+TEST(Show, AlignsAPartAndSaysHowMuchItIs) {
   Desk desk;
-  makeSmall(desk);
-  EXPECT_EQ(desk.done({"show", "p.casebook", "--limit", "1", "--column", "Mass", "--column", "Name"}),
-            "Case ID    Mass  Name\n      7  3750.5  Ada\n\n1 of 2 cases.\n");
+  desk.import("p.casebook", "Case ID,Größe,Name,Note\n7,5.5,日本,\"a\nb\"\n9,,Ada," + std::string(50, 'x') + "\n");
+  EXPECT_EQ(desk.done({"show", "p.casebook", "--limit", "1", "--column", "Name", "--column", "Größe"}),
+            "Case ID  Name  Größe\n      7  日本    5.5\n\n1 of 2 cases.\n");
   EXPECT_EQ(desk.done({"show", "p.casebook"}),
-            "Case ID  Name    Mass  Ring\n      7  Ada   3750.5     1\n      9             ·     ·\n\n2 of 2 cases.\n");
-  desk.width = 15;
-  EXPECT_EQ(desk.done({"show", "p.casebook"}),
-            "Case ID  Name\n      7  Ada\n      9\n\n2 of 2 cases, 2 of 4 variables; --column NAME chooses others.\n");
+            "Case ID  Größe  Name  Note\n      7    5.5  日本  a\\nb\n      9      ·  Ada   " + std::string(39, 'x') +
+                "…\n\n2 of 2 cases.\n");
+  desk.width = 17;
+  EXPECT_EQ(desk.done({"show", "p.casebook", "--limit", "1"}),
+            "Case ID  Größe\n      7    5.5\n\n1 of 2 cases, 2 of 4 variables; --column NAME chooses others.\n");
 }
 
 TEST(Info, TellsWhatThereIs) {
@@ -499,8 +401,6 @@ TEST(Export, ReplacesAFileOnlyByAWholeOne) {
   EXPECT_EQ(contentOf("real.csv"), desk.csv("p.casebook"));
   EXPECT_EQ(std::filesystem::status("real.csv").permissions(),
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
-  EXPECT_EQ(desk.run({"export", "p.casebook", "--csv", "-o", "/dev/full"}).err,
-            "casebook: /dev/full: Cannot be written: No space left on device.\n");
   std::size_t const names = static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator{"."}, {}));
   EXPECT_EQ(names, 4U) << "p.casebook, table.csv, real.csv, out.csv";
 }
@@ -546,35 +446,10 @@ TEST(Damage, IsRefusedAndWhatStandsBeforeItIsGivenOut) {
   EXPECT_EQ(rescued.out, table);
   EXPECT_EQ(contentOf("bad.casebook"), bytes);
 
-  bytes[9] ^= 1;  // in the header: there is nothing before it
-  write("bad.casebook", bytes);
-  EXPECT_EQ(desk.run({"show", "bad.casebook"}).err,
-            "casebook: bad.casebook is damaged at byte 0: its header is broken.\n");
-
   Result const cut = desk.run({"show", "cut.casebook", "--column", "Name", "--limit", "1"});
   EXPECT_EQ(cut.code, 0);
   EXPECT_EQ(cut.err.find("warning: cut.casebook: The last write was cut off: "), 0U) << cut.err;
   EXPECT_EQ(cut.out, "Case ID  Name\n      7  Eve\n\n1 of 2 cases.\n");
-}
-
-TEST(Commands, DoNotAskTheLocale) {
-  struct Commas : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\1"; }
-  };
-  std::locale const before = std::locale::global(std::locale{std::locale{}, new Commas});
-  Desk desk;
-  desk.import("p.casebook", "Case ID,x,y\n1234567,1234.5,\"1,5\"\n");
-  std::string const csv = desk.csv("p.casebook");
-  std::string const json = desk.done({"export", "p.casebook", "--json"});
-  std::string const shown = desk.done({"show", "p.casebook", "--limit", "1000"});
-  std::string const log = desk.done({"log", "p.casebook", "--json"});
-  std::locale::global(before);
-  EXPECT_EQ(csv, "Case ID,x,y\n1234567,1234.5,\"1,5\"\n");
-  EXPECT_EQ(nlohmann::json::parse(json).at("cases").at(0), nlohmann::json::parse(R"([1234567, 1234.5, "1,5"])"));
-  EXPECT_NE(shown.find("1234567  1234.5  1,5\n\n1 of 1 case."), std::string::npos) << shown;
-  EXPECT_GT(nlohmann::json::parse(log).at("transactions").at(0).at("bytes"), 100);
 }
 
 TEST(Help, IsThereForEveryCommand) {

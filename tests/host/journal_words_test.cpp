@@ -5,100 +5,62 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace casebook::cli {
 namespace {
 
-/// The words for the block of each transaction, which is what a log prints.
-class Speaker {
- public:
-  Speaker() {
-    (*project_).connectProjectJournal([this](Journal::TransactionWriter& writer) {
-      auto const block = writer.finalize();
-      spoken_ = words_.describe(block);
-    });
-  }
-
-  std::vector<std::string> after(std::function<void(Transaction&)> const& change) {
-    spoken_.clear();
-    Transaction transaction = (*project_).startTransaction();
-    change(transaction);
-    transaction.commit();
-    return spoken_;
-  }
-
- private:
-  CurrentProject project_;
-  JournalWords words_;
-  std::vector<std::string> spoken_;
-};
-
 using Words = std::vector<std::string>;
 
+// The words for what no command of the program does; those of the commands are tested with them.
 TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
-  Speaker speaker;
-  u64 mass = 0;
-  u64 bmi = 0;
-  u64 first = 0;
-  u64 second = 0;
-  u64 group = 0;
-  u64 rule = 0;
-  u64 target = 0;
-  struct Step {
-    std::function<void(Transaction&)> change;
-    Words words;
-  };
-  std::vector<Step> const steps{
-      {[&](Transaction& t) {
-         mass = t->addVariable("Mass", VariableNature::Independent, Variant::FloatingPoint, {}).id();
-       },
-       {"variable \"Mass\" added (number, independent)"}},
-      {[&](Transaction& t) { bmi = t->addCalcVariable("BMI", VariableNature::Unspecified, "1").id(); },
-       {"variable \"BMI\" added (computed as \"1\")"}},
-      {[&](Transaction& t) { first = t->addRecord().id(), second = t->addRecord().id(); },
-       {"case 1 added", "case 2 added"}},
-      {[&](Transaction& t) {
-         t->setValue(WeakPtr<Variable>{1}.lock(), WeakPtr<Record>{second}.lock(),
-                     Variant{12, Variant::UnsignedInteger});
-         t->setValue(WeakPtr<Variable>{mass}.lock(), WeakPtr<Record>{second}.lock(), Variant{1.5});
-       },
-       {"case 2, \"Case ID\": 2 -> 12", "case 12, \"Mass\": null -> 1.5"}},
-      {[&](Transaction& t) { t->addRecord(); }, {"case 13 added"}},
-      {[&](Transaction& t) { t->activate(second, true), t->activate(first, false); },
-       {"variable \"Case Status\" added (text)", "case 12 is Active", "case 1: Active -> Inactive"}},
-      {[&](Transaction& t) {
-         t->setVariableName(mass, "Weight");
-         t->setVariableNature(mass, VariableNature::Unspecified);
-         t->setVariableDescription(mass, "in g");
-         t->setVariableDefaultValue(mass, Variant{2.0});
-         t->setVariableDataType(mass, Variant::String);
-         t->setVariableExpression(bmi, "2");
-         t->setVariableType(bmi, VariableType::Ordinary);
-       },
-       {"variable \"Mass\" renamed to \"Weight\"", "variable \"Weight\": nature independent -> none",
-        "variable \"Weight\": description \"\" -> \"in g\"", "variable \"Weight\": default null -> 2",
-        "variable \"Weight\": type number -> text", "variable \"BMI\": expression \"1\" -> \"2\"",
-        "variable \"BMI\": kind calculated -> ordinary"}},
-      {[&](Transaction& t) { t->setDescription("Two\nlines"); }, {"project description: \"\" -> \"Two\\nlines\""}},
-      {[&](Transaction& t) { t->addAuxFile(first, "a.png", "photo"); }, {"file \"a.png\" attached to case 1"}},
-      {[&](Transaction& t) { group = t->addTagGroup("Views").id(), t->addTag(group, "left"); },
-       {"tag group \"Views\" added", "tag group \"Views\": \"left\" added"}},
-      {[&](Transaction& t) { t->removeTag(group, "left"), t->setTagGroupName(group, "Sides"); },
-       {"tag group \"Views\": \"left\" removed", "tag group \"Views\" renamed to \"Sides\""}},
-      {[&](Transaction& t) {
-         rule = t->addPathRegex("*.png", "photo").id();
-         target = t->addVariableRegex("m*", WeakPtr<Variable>{mass}.lock()).id();
-       },
-       {"rule \"*.png\" added", "rule \"m*\" added"}},
-      {[&](Transaction& t) {
-         t->setPathRegexExpression(rule, "*.bmp");
-         t->setPathRegexTarget(rule, "scan");
-         t->setVariableRegexTarget(target, 1);
-       },
-       {"rule \"*.png\" renamed to \"*.bmp\"", "rule \"*.bmp\": tag \"photo\" -> \"scan\"",
-        "rule \"m*\": target variable \"Weight\" -> variable \"Case ID\""}}};
-  for (Step const& step : steps) EXPECT_EQ(speaker.after(step.change), step.words);
+  JournalWords words;
+  Words spoken;
+  CurrentProject const project;
+  (*project).connectProjectJournal([&](Journal::TransactionWriter& writer) {
+    auto const block = writer.finalize();
+    spoken = words.describe(block);
+  });
+  Transaction t = (*project).startTransaction();
+  u64 const mass = t->addVariable("Mass", VariableNature::Independent, Variant::FloatingPoint, {}).id();
+  u64 const bmi = t->addCalcVariable("BMI", VariableNature::Unspecified, "1").id();
+  u64 const first = t->addRecord().id();
+  u64 const second = t->addRecord().id();
+  t->setValue(WeakPtr<Variable>{1}.lock(), WeakPtr<Record>{second}.lock(), Variant{12, Variant::UnsignedInteger});
+  t->setValue(WeakPtr<Variable>{mass}.lock(), WeakPtr<Record>{second}.lock(), Variant{1.5});
+  t->setVariableName(mass, "Weight");
+  t->setVariableDescription(mass, "in g");
+  t->setVariableDefaultValue(mass, Variant{2.0});
+  t->setVariableDataType(mass, Variant::String);
+  t->setVariableExpression(bmi, "2");
+  t->setVariableType(bmi, VariableType::Ordinary);
+  t->addAuxFile(first, "a.png", "photo");
+  u64 const group = t->addTagGroup("Views").id();
+  t->addTag(group, "left");
+  u64 const rule = t->addPathRegex("*.png", "photo").id();
+  u64 const target = t->addVariableRegex("m*", WeakPtr<Variable>{mass}.lock()).id();
+  t->setPathRegexExpression(rule, "*.bmp");
+  t->setPathRegexTarget(rule, "scan");
+  t->setVariableRegexTarget(target, 1);
+  t.commit();
+  EXPECT_EQ(spoken, (Words{"variable \"Mass\" added (number, independent)",
+                           "variable \"BMI\" added (computed as \"1\")",
+                           "case 1 added",
+                           "case 2 added",
+                           "case 2, \"Case ID\": 2 -> 12",
+                           "case 12, \"Mass\": null -> 1.5",
+                           "variable \"Mass\" renamed to \"Weight\"",
+                           "variable \"Weight\": description \"\" -> \"in g\"",
+                           "variable \"Weight\": default null -> 2",
+                           "variable \"Weight\": type number -> text",
+                           "variable \"BMI\": expression \"1\" -> \"2\"",
+                           "variable \"BMI\": kind calculated -> ordinary",
+                           "file \"a.png\" attached to case 1",
+                           "tag group \"Views\" added",
+                           "tag group \"Views\": \"left\" added",
+                           "rule \"*.png\" added",
+                           "rule \"m*\" added",
+                           "rule \"*.png\" renamed to \"*.bmp\"",
+                           "rule \"*.bmp\": tag \"photo\" -> \"scan\"",
+                           "rule \"m*\": target variable \"Weight\" -> variable \"Case ID\""}));
 }
 
 /// A block of one command.

@@ -10,63 +10,41 @@
 namespace casebook::cli {
 namespace {
 
-TEST(Numbers, AreReadWhenTheyKeepEveryDigit) {
+TEST(Numbers, AreReadWhenTheyKeepEveryDigitAndElseRefusedWithTheReason) {
   struct Case {
     std::string_view text;
-    double value;
+    std::optional<double> value;
+    std::string_view fault = "";
   };
-  for (Case const& c : std::initializer_list<Case>{{"0", 0},
-                                                   {"-0", 0},
-                                                   {"39.1", 39.1},
-                                                   {"18.0", 18},
-                                                   {".5", .5},
-                                                   {"-5.", -5},
-                                                   {"0.000", 0},
-                                                   {"1e5", 1e5},
-                                                   {"1E+05", 1e5},
-                                                   {"-2.5e-3", -2.5e-3},
-                                                   {"1e300", 1e300},
-                                                   {"9007199254740992", 9007199254740992},
-                                                   {"-9007199254740992", -9007199254740992},
-                                                   {"0.30000000000000004", 0.30000000000000004},
-                                                   {"0.10000000000000001", 0.1},
-                                                   {"1.7976931348623157e308", std::numeric_limits<double>::max()},
-                                                   {"5e-324", std::numeric_limits<double>::denorm_min()}}) {
+  std::vector<Case> const cases{{"-0", 0},
+                                {".5", .5},
+                                {"-5.", -5},
+                                {"1E+05", 1e5},
+                                {"-2.5e-3", -2.5e-3},
+                                {"-9007199254740992", -9007199254740992},
+                                {"0.30000000000000004", 0.30000000000000004},
+                                {"0.10000000000000001", 0.1},
+                                {"1.7976931348623157e308", std::numeric_limits<double>::max()},
+                                {"5e-324", std::numeric_limits<double>::denorm_min()},
+                                {"", {}, "is not a number"},
+                                {".", {}, "is not a number"},
+                                {"+5", {}, "is not a number"},
+                                {" 5", {}, "is not a number"},
+                                {"5 ", {}, "is not a number"},
+                                {"1e+", {}, "is not a number"},
+                                {"0x1F", {}, "is not a number"},
+                                {"nan", {}, "is not a number"},
+                                {"-00.5", {}, "has leading zeros"},
+                                {"9007199254740993", {}, "is a whole number beyond 2^53"},
+                                {"0.123456789012345678", {}, "has more than 17 significant digits"},
+                                {"9007199254740993.0", {}, "has more digits than a number keeps"},
+                                {"1.23456e-320", {}, "has more digits than a number keeps"},
+                                {"1e400", {}, "is beyond the range of numbers"},
+                                {"1e-400", {}, "is beyond the range of numbers"}};
+  for (Case const& c : cases) {
     NumberReading const reading = readNumber(c.text);
-    EXPECT_EQ(reading.value, std::optional{c.value}) << c.text << ' ' << reading.fault;
-  }
-}
-
-TEST(Numbers, AreRefusedWithTheReason) {
-  struct Case {
-    std::string_view text, fault;
-  };
-  for (Case const& c : std::initializer_list<Case>{{"", "is not a number"},
-                                                   {"-", "is not a number"},
-                                                   {".", "is not a number"},
-                                                   {"+5", "is not a number"},
-                                                   {" 5", "is not a number"},
-                                                   {"5 ", "is not a number"},
-                                                   {"1,5", "is not a number"},
-                                                   {"1e", "is not a number"},
-                                                   {"1e+", "is not a number"},
-                                                   {"0x1F", "is not a number"},
-                                                   {"nan", "is not a number"},
-                                                   {"inf", "is not a number"},
-                                                   {"1.2.3", "is not a number"},
-                                                   {"007", "has leading zeros"},
-                                                   {"-00.5", "has leading zeros"},
-                                                   {"9007199254740993", "is a whole number beyond 2^53"},
-                                                   {"-10000000000000000", "is a whole number beyond 2^53"},
-                                                   {"0.123456789012345678", "has more than 17 significant digits"},
-                                                   {"900719925474099.31", "has more digits than a number keeps"},
-                                                   {"9007199254740993.0", "has more digits than a number keeps"},
-                                                   {"1.23456e-320", "has more digits than a number keeps"},
-                                                   {"1e400", "is beyond the range of numbers"},
-                                                   {"1e-400", "is beyond the range of numbers"}}) {
-    NumberReading const reading = readNumber(c.text);
+    EXPECT_EQ(reading.value, c.value) << c.text;
     EXPECT_EQ(reading.fault, c.fault) << c.text;
-    EXPECT_FALSE(reading.value) << c.text;
   }
 }
 
@@ -110,13 +88,10 @@ TEST(ColumnInference, DecidesByTheCellsThatHoldSomething) {
   std::vector<Case> const cases{{"1\n2.5\n", {}, true, ""},
                                 {"1\n\n-3\n", {}, true, ""},
                                 {"\n\n", {}, false, ""},
-                                {"", {}, false, ""},
                                 {"1\n007\n", {}, false, ""},
-                                {"1\n9007199254740993\n", {}, false, ""},
                                 {"1\nNA\n2\nNA\n", {}, false, "NA", 2},
                                 {"nan\n1\n", {}, false, "nan", 1},
                                 {"NA\n1\n-\n", {}, false, ""},
-                                {"NA\nNA\n", {}, false, ""},
                                 {"NA\n1\n-\n", {"NA", "-"}, true, ""},
                                 {"NA\nNA\n", {"NA"}, false, ""},
                                 {"1\nna\n", {"NA"}, false, "na", 1}};

@@ -1,13 +1,9 @@
-#include "console/table_view.h"
 #include "text/json_text.h"
-#include "text/nearest.h"
 #include "text/utf8.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 #include <nlohmann/json.hpp>
-
-#include <sstream>
 
 namespace casebook::cli {
 namespace {
@@ -20,13 +16,10 @@ TEST(Text, IsMeasuredAsATerminalDrawsIt) {
     std::string shortened;  // to 5 columns
   };
   std::vector<Case> const cases{{"", 0, "", ""},
-                                {"abcde", 5, "abcde", "abcde"},
                                 {"abcdef", 6, "abcdef", "abcd…"},
-                                {"Größe", 5, "Größe", "Größe"},
                                 {"e\u0301a", 2, "e\u0301a", "e\u0301a"},
                                 {"日本語", 6, "日本語", "日本…"},
                                 {"\x1b[31m", 5, "\\x1b[31m", "\\x1b…"},
-                                {"a\nb\t", 4, "a\\nb\\t", "a\\nb…"},
                                 {"\xff", 1, "\\xff", "\\xff"},
                                 {"\u202e", 1, "\\u202e", "\\u20…"}};
   for (Case const& c : cases) {
@@ -56,33 +49,6 @@ RC_GTEST_PROP(Text, OfAnyBytesGoesThroughJson, (std::string const& bytes)) {
   }
   RC_ASSERT(back == bytes);
   RC_ASSERT(json.is_string() == isUtf8(bytes));
-}
-
-TEST(Suggestion, NamesWhatIsNear) {
-  std::vector<std::string> const names{"Case ID", "Body Mass (g)", "Sex", "Island"};
-  EXPECT_EQ(suggestion("body mass (g)", names), "Did you mean \"Body Mass (g)\"?");
-  EXPECT_EQ(suggestion("Sexe", names), "Did you mean \"Sex\"?");
-  EXPECT_EQ(suggestion("mass", names), "Did you mean \"Body Mass (g)\"?");
-  EXPECT_EQ(suggestion("wingspan", names), "There are \"Case ID\", \"Body Mass (g)\", \"Sex\", \"Island\".");
-  EXPECT_EQ(suggestion("x", {}), "");
-}
-
-TEST(TableView, AlignsAndKeepsToTheTerminal) {
-  TableView view;
-  view.addColumn("Name");
-  view.addColumn("Größe", TableView::Align::Right);
-  view.addColumn("Note");
-  view.addRow({"日本", "7", std::string(50, 'x')});
-  view.addRow({"a\nb", "12.5", ""});
-  std::ostringstream out;
-  Console console{std::cin, out, std::cerr};
-  EXPECT_EQ(view.print(console), 3U);
-  EXPECT_EQ(out.str(), "Name  Größe  Note\n日本      7  " + std::string(39, 'x') + "…\na\\nb   12.5\n");
-  out.str("");
-  console.width = 20;
-  console.colourOut = true;
-  EXPECT_EQ(view.print(console), 2U);
-  EXPECT_EQ(out.str(), "\x1b[1mName  Größe\x1b[0m\n日本      7\na\\nb   12.5\n");
 }
 
 }  // namespace

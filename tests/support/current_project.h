@@ -73,11 +73,29 @@ class BlockStore {
   ScopedConnection connection_;
 };
 
-/// Replays a block forwards in a transaction of its own.
-inline void replay(Project& project, Content const& block) {
+template <class Edits>
+void transact(Project& project, Edits&& edits) {
   auto transaction = project.startTransaction();
-  project.processJournalTransaction(Journal::Transaction{block, 0}, Journal::Direction::Forwards);
+  edits(project);
   transaction.commit();
+}
+
+/// Replays a block in a transaction of its own.
+inline void replay(Project& project, Content const& block,
+                   Journal::Direction direction = Journal::Direction::Forwards) {
+  transact(project, [&](Project& p) { p.processJournalTransaction(Journal::Transaction{block, 0}, direction); });
+}
+
+/// Undoes the transaction of a block. The block is a copy, for the undoing is stored as well.
+inline void undo(Project& project, Content block) { replay(project, block, Journal::Direction::Backwards); }
+
+/// A new project of these blocks.
+inline std::unique_ptr<Project> restored(std::vector<Content> const& blocks, u64 nextUid) {
+  std::vector<Journal::Transaction> stored;
+  for (auto const& block : blocks) stored.emplace_back(block, 0);
+  auto project = createProject();
+  project->restore(stored, nextUid);
+  return project;
 }
 
 }  // namespace casebook::test

@@ -1,16 +1,32 @@
 #pragma once
 
-#include "support/edits.h"
+#include "support/current_project.h"
 
-#include <optional>
-#include <set>
+#include <algorithm>
+#include <bitset>
+#include <limits>
 
 namespace casebook::test {
 
-/// Numbers drawn from one word, which it runs out of: then, as from the word 0, all are 0.
-class Draw {
+inline Variant someValue(std::uint32_t type, std::uint32_t n) {
+  constexpr double numbers[] = {0.0, -0.0, 1.5, -1e300, std::numeric_limits<double>::quiet_NaN()};
+  switch (type % 4) {
+    case 0: return {};
+    case 1: return Variant::ofWord(n % 3 == 0 ? ~u64{n} : n, Variant::UnsignedInteger);
+    case 2: return numbers[n % 5];
+    default: return std::string(n % 40, static_cast<char>(n));
+  }
+}
+
+/// The entities that a transaction touched, by their UIDs modulo the size, for it must not allocate.
+using Touched = std::bitset<256>;
+
+/// What a random edit is made on: few entities, those that the same transaction touched rather than others, whether
+/// or not they await their erasure, and now and then one that is not there. All is drawn from one word; it runs out,
+/// and then, as from the word 0, all numbers are 0.
+class Choice {
  public:
-  explicit Draw(u64 word) : word_{word} {}
+  Choice(Project& project, Touched& touched, u64 word) : project_{project}, touched_{touched}, word_{word} {}
 
   /// A number below `bound`.
   std::uint32_t operator()(std::uint32_t bound) {
@@ -18,23 +34,11 @@ class Draw {
     word_ /= bound;
     return number;
   }
-
- private:
-  u64 word_;
-};
-
-/// What a random edit is made on: few entities, those that the same transaction touched rather than others, whether
-/// or not they await their erasure, and now and then one that is not there.
-class Choice {
- public:
-  Choice(Project& project, std::set<u64>& touched, u64 word) : project_{project}, touched_{touched}, draw_{word} {}
-
-  std::uint32_t operator()(std::uint32_t bound) { return draw_(bound); }
   char const* oneOf(std::initializer_list<char const*> texts) {
-    return texts.begin()[draw_(static_cast<std::uint32_t>(texts.size()))];
+    return texts.begin()[(*this)(static_cast<std::uint32_t>(texts.size()))];
   }
-  Variant value(std::uint32_t type) { return someValue(type, draw_(40)); }
-  Variant value() { return value(draw_(4)); }
+  Variant value(std::uint32_t type) { return someValue(type, (*this)(40)); }
+  Variant value() { return value((*this)(4)); }
 
   u64 record() { return uidOf(project_.records()); }
   u64 variable() { return uidOf(project_.variables()); }
@@ -45,34 +49,34 @@ class Choice {
 
   template <class Handle>
   void touch(WeakPtr<Handle> entity) {
-    touched_.insert(entity.id());
+    touched_.set(entity.id() % touched_.size());
   }
 
  private:
   template <class Handle>
   u64 uidOf(std::vector<WeakPtr<Handle>> all) {
-    if (draw_(24) == 23) return draw_(64);
-    if (draw_(4) != 0) preferTouched(all);
-    u64 const uid = test::oneOf(all, draw_(8));
-    touched_.insert(uid);
+    if ((*this)(24) == 23) return (*this)(64);
+    if ((*this)(4) != 0) preferTouched(all);
+    u64 const uid = all.empty() ? 0 : all[(*this)(8) % all.size()].id();
+    touched_.set(uid % touched_.size());
     return uid;
   }
 
   template <class Handle>
   void preferTouched(std::vector<WeakPtr<Handle>>& all) const {
-    auto const isTouched = [&](auto entity) { return touched_.contains(entity.id()); };
+    auto const isTouched = [&](auto entity) { return touched_[entity.id() % touched_.size()]; };
     if (std::ranges::any_of(all, isTouched)) std::erase_if(all, std::not_fn(isTouched));
   }
 
   Project& project_;
-  std::set<u64>& touched_;
-  Draw draw_;
+  Touched& touched_;
+  u64 word_;
 };
 
-/// Keeps the entities few: with more than `most` of them there is no room.
-template <class Handle>
-void requireRoom(std::vector<WeakPtr<Handle>> const& list, std::size_t most) {
-  if (list.size() >= most) throw varnel::ExceptionBase{"There is no room for more.", true};
+/// Keeps the entities few: whether an edit that adds one is refused.
+inline bool isFull(Project& p) {
+  return p.records().size() + p.variables().size() + p.auxFiles().size() >= 16 ||
+         p.tagGroups().size() + p.pathRegexs().size() + p.variableRegexs().size() >= 9;
 }
 
 inline void setTypedValue(Project& p, Choice& c) {
@@ -96,47 +100,29 @@ struct RandomEdit {
   void (*make)(Project&, Choice&);
 };
 
-/// Every operation that changes a project.
+/// Every operation that changes a project. Those that add an entity come first.
+inline constexpr std::size_t addingKinds = 7;
 inline constexpr RandomEdit randomEdits[] = {
-    {"addRecord",
-     [](Project& p, Choice& c) {
-       requireRoom(p.records(), 6);
-       c.touch(p.addRecord());
-     }},
+    {"addRecord", [](Project& p, Choice& c) { c.touch(p.addRecord()); }},
     {"addVariable",
      [](Project& p, Choice& c) {
-       requireRoom(p.variables(), 6);
        c.touch(p.addVariable(c.oneOf({"a", "b"}), VariableNature{c(3)}, Variant::Type{c(4)}, c.value()));
      }},
     {"addCalcVariable",
      [](Project& p, Choice& c) {
-       requireRoom(p.variables(), 6);
        c.touch(p.addCalcVariable(c.oneOf({"a", "b"}), VariableNature{c(3)}, c.oneOf({"1", "a", "("})));
      }},
-    {"addTagGroup",
-     [](Project& p, Choice& c) {
-       requireRoom(p.tagGroups(), 3);
-       c.touch(p.addTagGroup(c.oneOf({"g", "h", "i"})));
-     }},
-    {"addPathRegex",
-     [](Project& p, Choice& c) {
-       requireRoom(p.pathRegexs(), 3);
-       c.touch(p.addPathRegex(c.oneOf({"*", "f?"}), c.oneOf({"t", "u"})));
-     }},
+    {"addTagGroup", [](Project& p, Choice& c) { c.touch(p.addTagGroup(c.oneOf({"g", "h", "i"}))); }},
+    {"addPathRegex", [](Project& p, Choice& c) { c.touch(p.addPathRegex(c.oneOf({"*", "f?"}), c.oneOf({"t", "u"}))); }},
     {"addVariableRegex",
      [](Project& p, Choice& c) {
-       requireRoom(p.variableRegexs(), 3);
        c.touch(p.addVariableRegex(c.oneOf({"*", "a?"}), Variable{c.variable(), NoLockRequired{}}));
      }},
     {"addAuxFile",
-     [](Project& p, Choice& c) {
-       requireRoom(p.auxFiles(), 8);
-       c.touch(p.addAuxFile(c.record(), c.oneOf({"f", "g", ""}), c.oneOf({"", "t"})));
-     }},
+     [](Project& p, Choice& c) { c.touch(p.addAuxFile(c.record(), c.oneOf({"f", "g", ""}), c.oneOf({"", "t"}))); }},
     {"setValue", setTypedValue},
     {"setRow", setUntypedRow},
-    {"activate", [](Project& p, Choice& c) { p.activate(c.record(), true); }},
-    {"deactivate", [](Project& p, Choice& c) { p.activate(c.record(), false); }},
+    {"activate", [](Project& p, Choice& c) { p.activate(c.record(), c(2) != 0); }},
     {"setDataType", [](Project& p, Choice& c) { p.setVariableDataType(c.variable(), Variant::Type{c(5)}); }},
     {"setOrdinary", [](Project& p, Choice& c) { p.setVariableType(c.variable(), VariableType::Ordinary); }},
     {"setCalculated", [](Project& p, Choice& c) { p.setVariableType(c.variable(), VariableType::Calculated); }},
@@ -146,9 +132,9 @@ inline constexpr RandomEdit randomEdits[] = {
     {"setVariableName", [](Project& p, Choice& c) { p.setVariableName(c.variable(), c.oneOf({"a", "b", "c"})); }},
     {"setExpression", [](Project& p, Choice& c) { p.setVariableExpression(c.variable(), c.oneOf({"2", "b", ")"})); }},
     {"setDefaultValue", [](Project& p, Choice& c) { p.setVariableDefaultValue(c.variable(), c.value()); }},
-    {"setFriendlyName", [](Project& p, Choice& c) { p.setFriendlyName(someText(c(5))); }},
-    {"setDescription", [](Project& p, Choice& c) { p.setDescription(someText(c(5))); }},
-    {"setRootPath", [](Project& p, Choice& c) { p.setRootPath(someText(c(5))); }},
+    {"setFriendlyName", [](Project& p, Choice& c) { p.setFriendlyName(c.oneOf({"", "n", "m"})); }},
+    {"setDescription", [](Project& p, Choice& c) { p.setDescription(c.oneOf({"", "n", "m"})); }},
+    {"setRootPath", [](Project& p, Choice& c) { p.setRootPath(c.oneOf({"", "n", "m"})); }},
     {"setTagGroupName", [](Project& p, Choice& c) { p.setTagGroupName(c.group(), c.oneOf({"g", "h", "i", "j"})); }},
     {"addTag", [](Project& p, Choice& c) { p.addTag(c.group(), c.oneOf({"t", "u"})); }},
     {"insertTag", [](Project& p, Choice& c) { p.insertTag(c.group(), c.oneOf({"t", "u"}), c(3)); }},
@@ -167,26 +153,29 @@ inline constexpr RandomEdit randomEdits[] = {
     {"eraseVariableRegex", [](Project& p, Choice& c) { p.eraseVariableRegex(c.variableRule()); }},
 };
 
+/// The kind of edit that a word stands for.
+inline RandomEdit const& kindOf(u64 word) { return randomEdits[word % std::size(randomEdits)]; }
+
 /// The edits of one open transaction.
 class RandomEdits {
  public:
   explicit RandomEdits(Project& project) : project_{project} {}
 
-  /// Makes the edit that the word stands for. Gives its place among `randomEdits`, nothing when it was refused.
-  std::optional<std::size_t> make(u64 word) {
-    auto const kinds = std::size(randomEdits);
-    Choice choice{project_, touched_, word / kinds};
+  /// Makes the edit that the word stands for; false when it was refused.
+  bool make(u64 word) {
+    Choice choice{project_, touched_, word / std::size(randomEdits)};
     try {
-      randomEdits[word % kinds].make(project_, choice);
-      return word % kinds;
+      if (word % std::size(randomEdits) < addingKinds && isFull(project_)) return false;
+      kindOf(word).make(project_, choice);
+      return true;
     } catch (varnel::ExceptionBase const&) {
-      return std::nullopt;
+      return false;
     }
   }
 
  private:
   Project& project_;
-  std::set<u64> touched_;
+  Touched touched_;
 };
 
 }  // namespace casebook::test
