@@ -91,6 +91,9 @@ TEST_F(Deletion, IsRefusedInTheOrderOfTheTests) {
       EXPECT_EQ(refusal(), created);
       p.processJournalTransaction(Journal::Transaction{creation, 0}, Journal::Direction::Backwards);
       EXPECT_EQ(refusal(), twice);
+      p.processJournalTransaction(Journal::Transaction{creation, 0}, Journal::Direction::Forwards);
+      EXPECT_EQ(refusal(), created);
+      p.processJournalTransaction(Journal::Transaction{creation, 0}, Journal::Direction::Backwards);
     });
   }
   EXPECT_EQ(refusalOf([&] { project_->eraseVariable(1); }), caseId);
@@ -136,6 +139,14 @@ TEST_F(Deletion, IsReportedAloneAndAgainWithTheRest) {
   EXPECT_EQ(listener.take(),
             (Lines{"pre -v5 -g6", "change -v5 -g6", "journal 3002 4001 80007001 3003 80002001 2006 1001",
                    "pre -v5 -g6 +r3 +f4 ~1001(a>) ~v1 values", "change -v5 -g6 +r3 +f4 ~1001(a>) ~v1 values"}));
+  // What comes back in the transaction that took it out is new.
+  transact([&](Project& p) {
+    auto const block = journal_.blocks.back();
+    p.addTagGroup("h");
+    p.processJournalTransaction(Journal::Transaction{block, 0}, Journal::Direction::Backwards);
+    p.processJournalTransaction(Journal::Transaction{block, 0}, Journal::Direction::Forwards);
+  });
+  EXPECT_EQ(listener.take().back(), "change -v5 -g6 +r3 +g7 +f4 ~1001(>) ~v1 values");
 }
 
 TEST_F(Deletion, OfTheCaseStatusTakesEffectAtOnce) {
