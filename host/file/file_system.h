@@ -20,6 +20,7 @@ class FileSystem {
   virtual ~FileSystem();
 
   [[nodiscard]] static FileSystem& real() noexcept;
+  [[nodiscard]] static FileSystem& orReal(FileSystem* chosen) noexcept { return chosen ? *chosen : real(); }
 
   /// `flags` are those of open(2). A file that is made is readable and writable as the umask allows.
   virtual int open(char const* path, int flags);

@@ -24,11 +24,16 @@
 ///             check is that of the 60 bytes before it
 ///   label   = UTF-8, as it was given
 ///
-///   kind  block                                              argument
-///   1     of a transaction, as the journal signal gave it    0
-///   2     (a checkpoint; not built)                          the next UID
-///   3     (an undo; not built)                               the sequence number of the frame that it undoes
-///   4     (a redo; not built)                                the sequence number of the frame that it redoes
+///   kind          block                                               argument
+///   1 transaction  as the journal signal gave it                       0
+///   2 checkpoint   of Project::checkpoint                              the next UID
+///   3 undo         as journalled when frame `argument` was undone      a frame's sequence number
+///   4 redo         as journalled when frame `argument` was redone      a frame's sequence number
+///
+/// Replaying the blocks of the kinds 1, 3 and 4 forwards, each in a transaction, gives the state; a checkpoint is the
+/// state that those before it gave, so that reading can begin there, and holds nothing that they do not. Kind 3 names
+/// the latest frame of kind 1 that stands, kind 4 the latest of those undone since the last frame of kind 1; the block
+/// of one that changed nothing is empty.
 ///
 /// The frames of one edit are written and synced as one, and count only together: they are part 0 to parts - 1 of
 /// a write. The next write begins after the sync of the one before; so a bad place with a later write behind it

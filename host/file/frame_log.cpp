@@ -4,6 +4,8 @@
 
 #include "new_file.h"
 
+#include <casebook/journal.h>
+
 #include <algorithm>
 #include <iterator>
 #include <limits>
@@ -78,17 +80,25 @@ void FrameLog::find(bool untilDamage) {
 }
 
 void FrameLog::stopBefore(DamageError const& error) {
-  auto const first = std::ranges::lower_bound(scan_.frames, error.offset(), {}, &Frame::offset);
-  scan_.frames.erase(first, scan_.frames.end());
+  auto const bad = std::ranges::lower_bound(scan_.frames, error.offset(), {}, &Frame::offset);
+  auto const head = FrameHead::decode(window().at(error.offset(), FrameHead::size));
+  auto const part = head ? static_cast<std::ptrdiff_t>(head->part) : 0;
+  scan_.frames.erase(bad - part, scan_.frames.end());
   damage_ = error;
   tail_.reset();
+}
+
+std::vector<unsigned char> FrameLog::block(FileWindow& window, Frame const& frame) const {
+  auto bytes = readBlock(window, frame, path());
+  Journal::Transaction const block{bytes, 0};
+  if (!block.valid() || block.length() != bytes.size()) throw damagedFrame(path(), frame, "its block is not whole");
+  return bytes;
 }
 
 void FrameLog::keepTailAside() {
   if (!tail_) return;
   auto const kept = copyTail(tail_->length);
-  file_.truncate(scan_.end);
-  file_.sync();
+  cutOff();
   tail_->keptAside = kept;
 }
 
@@ -107,7 +117,9 @@ std::filesystem::path FrameLog::copyTail(u64 length) const {
 
 FrameHead FrameLog::headOf(Entry const& entry) const {
   FrameHead head;
+  head.kind = static_cast<std::uint32_t>(entry.kind);
   head.file = header_.storedCheck;
+  head.argument = entry.argument;
   head.when = entry.when.time_since_epoch().count();
   head.blockLength = entry.block.size();
   return head;
@@ -125,7 +137,8 @@ void FrameLog::append(std::span<Entry const> entries) {
     head.parts = static_cast<std::uint32_t>(entries.size());
     written.push_back({.offset = scan_.end + bytes.size(),
                        .sequence = head.sequence,
-                       .kind = FrameKind::Transaction,
+                       .kind = entry.kind,
+                       .argument = entry.argument,
                        .blockLength = head.blockLength,
                        .label = entry.label,
                        .when = entry.when});
@@ -143,7 +156,7 @@ void FrameLog::writeAndSync(std::vector<unsigned char> const& bytes) {
   try {
     file_.write(scan_.end, bytes);
   } catch (std::exception const& failure) {
-    cutOff(failure);
+    cutOffAfter(failure);
     throw;
   }
   try {
@@ -154,10 +167,14 @@ void FrameLog::writeAndSync(std::vector<unsigned char> const& bytes) {
   }
 }
 
-void FrameLog::cutOff(std::exception const& failure) {
+void FrameLog::cutOff() {
+  file_.truncate(scan_.end);
+  file_.sync();
+}
+
+void FrameLog::cutOffAfter(std::exception const& failure) {
   try {
-    file_.truncate(scan_.end);
-    file_.sync();
+    cutOff();
   } catch (std::exception const& second) {
     throw LostWriteError(
         std::string{failure.what()} + "; what was written of it could not be cut off: " + second.what(), false);

@@ -12,11 +12,13 @@
 
 namespace casebook {
 
-/// A block to be written as a frame.
+/// What is to be written as a frame.
 struct Entry {
   std::vector<unsigned char> block;
   std::string label;
   decltype(Frame::when) when;
+  FrameKind kind = FrameKind::Transaction;
+  u64 argument = 0;
 };
 
 /// After this failure of a write it is not known what the disk holds, or the rest of the write could not be cut off.
@@ -46,8 +48,11 @@ class FrameLog {
   /// The whole frames' bytes, to be read in order.
   [[nodiscard]] FileWindow window() const { return {file_, scan_.end}; }
 
-  /// Drops the frames from that of `error` on, which is damage that no check showed.
+  /// Drops the write in which `error` was found, and all behind it.
   void stopBefore(DamageError const& error);
+
+  /// A frame's block, read and checked: by the frame's check, and its own. Throws DamageError.
+  [[nodiscard]] std::vector<unsigned char> block(FileWindow& window, Frame const& frame) const;
 
   /// Copies what follows the last whole frame to a new file beside this one, then cuts it off. Nothing has changed
   /// here when it throws before the cut.
@@ -61,6 +66,9 @@ class FrameLog {
   ///   4  count the frames in    cannot fail
   void append(std::span<Entry const> entries);
 
+  /// Cuts off what stands behind the last whole frame, on the disk too.
+  void cutOff();
+
  private:
   FrameLog(DiskFile file, format::FileHeader header);
 
@@ -68,7 +76,7 @@ class FrameLog {
   void find(bool untilDamage);
   [[nodiscard]] std::filesystem::path copyTail(u64 length) const;
   void writeAndSync(std::vector<unsigned char> const& bytes);
-  void cutOff(std::exception const& failure);
+  void cutOffAfter(std::exception const& failure);
   [[nodiscard]] format::FrameHead headOf(Entry const& entry) const;
 
   DiskFile file_;

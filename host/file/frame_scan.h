@@ -11,7 +11,7 @@
 
 namespace casebook {
 
-/// What a file holds, as its checks tell.
+/// What a file holds, as the checks of its heads tell.
 struct FrameScan {
   struct Damage {
     u64 offset = 0;
@@ -24,34 +24,29 @@ struct FrameScan {
   std::optional<Damage> damage;  ///< else what follows `end` is an incomplete tail
 };
 
-/// Walks a file from its header, whose check is `headerCheck`, to its end. Where a frame should begin stands
+/// Walks a file from its header, whose check is `headerCheck`, to its end, head by head: who reads a frame's block
+/// checks it then. Only the blocks of the last write are checked here, for it may have been cut off. Where a frame
+/// should begin stands
 ///
 ///   what                                         a later write behind it   then
-///   a whole frame that follows the last          either                    taken, with the whole of its write
+///   a good head that follows the last frame      yes                       taken, with the whole of its write
+///                                                no                        taken if the blocks of its write are whole
 ///   a good head that does not follow the last    either                    damage: no torn write looks like this
 ///   anything else, or nothing                    yes                       damage: the write was whole once
 ///                                                no                        an incomplete tail
 ///
 /// A later write is any good head of this file that does not belong to the write that should begin or continue
-/// here. Throws for a whole frame of a kind that is not known.
+/// here. Throws for a frame of a kind that is not known.
 [[nodiscard]] FrameScan scanFrames(FileWindow& file, std::uint32_t headerCheck, std::filesystem::path const& name);
 
 /// "<name> is damaged at byte <offset>: <what>."
 [[nodiscard]] DamageError damageAt(std::filesystem::path const& name, u64 offset, std::string_view what);
 
-/// Label and block of a frame.
-class FrameBody {
- public:
-  /// Reads the frame that `frame` describes. Throws DamageError when it does not stand there whole.
-  FrameBody(FileWindow& file, Frame const& frame, std::filesystem::path const& name);
+/// The same, of a frame: "frame <sequence>, <what>".
+[[nodiscard]] DamageError damagedFrame(std::filesystem::path const& name, Frame const& frame, std::string_view what);
 
-  [[nodiscard]] std::span<unsigned char const> block() const noexcept {
-    return std::span{bytes_}.subspan(labelLength_, bytes_.size() - labelLength_ - format::FrameHead::checkSize);
-  }
-
- private:
-  std::vector<unsigned char> bytes_;
-  std::size_t labelLength_ = 0;
-};
+/// The block of the frame that `frame` describes. Throws DamageError when the frame does not stand there whole.
+[[nodiscard]] std::vector<unsigned char> readBlock(FileWindow& file, Frame const& frame,
+                                                   std::filesystem::path const& name);
 
 }  // namespace casebook

@@ -1,5 +1,8 @@
 #include "attempt.h"
+#include "checkpoint_pace.h"
 #include "frame_log.h"
+#include "history.h"
+#include "loading.h"
 #include "replay.h"
 
 #include <casebook/connection.h>
@@ -7,6 +10,7 @@
 #include <casebook/journal.h>
 
 #include <new>
+#include <span>
 #include <utility>
 
 namespace casebook {
@@ -18,10 +22,6 @@ constexpr std::string_view outsideLabel = "(outside an edit)";
 constexpr std::string_view slotRemark = " (by a slot)";
 
 auto now() { return std::chrono::time_point_cast<std::chrono::milliseconds>(std::chrono::system_clock::now()); }
-
-FileSystem& systemOf(ProjectFile::Options const& options) {
-  return options.fileSystem ? *options.fileSystem : FileSystem::real();
-}
 
 std::string textOf(std::exception_ptr const& error) {
   try {
@@ -42,13 +42,13 @@ DamageError::~DamageError() = default;
 /// One project bound to one file. The states, and what leads from one to the next:
 ///
 ///   idle       blocks that leave the project wait in `waiting_`
-///     edit       writes what waits as `flush` does, then -> editing
+///     edit, undo, redo   writes what waits as `flush` does, then -> editing
 ///     flush      what waits becomes frames, block by block; where that fails the rest goes on waiting, after a lost
 ///                write -> closed
 ///   editing    a transaction is open or ending; its blocks, too, wait in `waiting_`
-///     written    -> idle
-///     failed     its blocks are dropped; had there been any -> replaying, else as when replayed
-///   replaying  the project is emptied and brought back from the file, whose own these blocks and this reset are
+///     written    a checkpoint may follow, after a lost write of which -> closed; else -> idle
+///     failed     had there been any blocks -> replaying, else as when replayed
+///   replaying  those blocks are undone; what this journals is dropped
 ///     replayed   -> idle; after a lost write -> closed
 ///     failed     -> closed
 ///   closed     for good, `whyClosed_` says why; also from every other state when the host closes the file or
@@ -62,15 +62,19 @@ class ProjectFile::Impl {
   void load(Options const& options);
   void bind();
   bool edit(std::string_view label, std::function<void(Transaction&)> const& change);
+  void step(FrameKind kind, std::size_t steps);
   void flush();
   void close(std::string why) noexcept;
 
   [[nodiscard]] bool isOpen() const noexcept { return log_.isOpen() && reset_.connected(); }
   [[nodiscard]] bool isReplaying() const noexcept { return state_ == State::Replaying; }
   [[nodiscard]] FrameLog const& log() const noexcept { return log_; }
+  [[nodiscard]] History const& history() const noexcept { return history_; }
+  [[nodiscard]] std::vector<DamageError> const& passedOver() const noexcept { return passedOver_; }
   [[nodiscard]] std::vector<unsigned char> block(Frame const& frame) const;
 
  private:
+  using Content = std::vector<unsigned char>;
   enum class State { Idle, Editing, Replaying };
 
   /// A state for one scope.
@@ -86,14 +90,23 @@ class ProjectFile::Impl {
     State before_;
   };
 
-  void replayWhole(Options const& options);
+  void read(Options const& options);
   void keep(Journal::TransactionWriter& writer);
   void noticeClear();
   void requireOpen() const;
   void requireWritable();
   void requireEnded();
+  void prepare();
+  template <class Change>
+  void run(Change const& change);
+  [[nodiscard]] std::vector<u64> turns(FrameKind kind, std::size_t steps) const;
+  void stepOnce(FrameKind kind, u64 sequence, Content const& block);
+  void name(std::size_t first, std::string const& label);
+  void append(std::span<Entry const> entries);
   void writeWaiting();
-  void write(std::string const& first, std::string const& others);
+  void writeAll();
+  void considerCheckpoint();
+  void writeCheckpoint();
   void abandon(std::string whyClose);
   [[noreturn]] void throwClosed() const;
   [[noreturn]] void closeAndThrow(std::string why);
@@ -102,6 +115,9 @@ class ProjectFile::Impl {
   Project& project_;
   Access access_;
   State state_ = State::Idle;
+  History history_;
+  CheckpointPace pace_;
+  std::vector<DamageError> passedOver_;
   std::vector<Entry> waiting_;
   bool blockLost_ = false;  // there was no memory to keep one in `waiting_`
   std::string whyClosed_;
@@ -111,7 +127,7 @@ class ProjectFile::Impl {
 
 void ProjectFile::Impl::load(Options const& options) {
   try {
-    replayWhole(options);
+    read(options);
     if (access_ == Access::Write) log_.keepTailAside();
     bind();
   } catch (...) {
@@ -121,13 +137,19 @@ void ProjectFile::Impl::load(Options const& options) {
   }
 }
 
-void ProjectFile::Impl::replayWhole(Options const& options) {
-  try {
-    replay(project_, log_, options.progress);
-  } catch (DamageError const& damage) {
-    if (!options.untilDamage) throw;
-    log_.stopBefore(damage);
-    restore(project_, log_);
+// Each damage that is found leaves fewer frames to read.
+void ProjectFile::Impl::read(Options const& options) {
+  for (;;) {
+    try {
+      history_ = historyOf(log_);
+      auto loaded = casebook::load(project_, log_, options.progress);
+      passedOver_ = std::move(loaded.passedOver);
+      pace_ = {loaded.checkpointLength, loaded.since};
+      return;
+    } catch (DamageError const& damage) {
+      if (!options.untilDamage) throw;
+      log_.stopBefore(damage);
+    }
   }
 }
 
@@ -156,24 +178,24 @@ bool ProjectFile::Impl::edit(std::string_view label, std::function<void(Transact
   if (label.size() > longestLabel) {
     throw varnel::ExceptionBase("A label is at most " + std::to_string(longestLabel) + " bytes long.", false);
   }
-  flush();
-  During const editing{*this, State::Editing};
-  try {
+  prepare();
+  bool any = false;
+  run([&] {
     inTransaction(project_, change);
     requireEnded();
-    bool const any = !waiting_.empty();
-    if (any) write(std::string{label}, std::string{label} += slotRemark);
-    return any;
-  } catch (LostWriteError const& lost) {
-    abandon(lost.what());
-    throw;
-  } catch (...) {
-    abandon({});
-    throw;
-  }
+    any = !waiting_.empty();
+    name(0, std::string{label});
+  });
+  return any;
 }
 
 void ProjectFile::Impl::flush() {
+  prepare();
+  considerCheckpoint();
+}
+
+// Writes what waits from outside, as frames of their own.
+void ProjectFile::Impl::prepare() {
   requireWritable();
   if (blockLost_) closeAndThrow("there was no memory to keep a change that left the project outside an edit");
   try {
@@ -181,6 +203,70 @@ void ProjectFile::Impl::flush() {
   } catch (LostWriteError const& failure) {
     closeAndThrow(failure.what());
   }
+}
+
+// What `change` leaves in `waiting_` becomes one write; or nothing of it is left.
+template <class Change>
+void ProjectFile::Impl::run(Change const& change) {
+  During const editing{*this, State::Editing};
+  try {
+    change();
+    writeAll();
+  } catch (LostWriteError const& lost) {
+    abandon(lost.what());
+    throw;
+  } catch (...) {
+    abandon({});
+    throw;
+  }
+  considerCheckpoint();
+}
+
+// All blocks are read before anything is done.
+void ProjectFile::Impl::step(FrameKind kind, std::size_t steps) {
+  prepare();
+  auto const sequences = turns(kind, steps);
+  std::vector<Content> blocks;
+  auto window = log_.window();
+  for (auto const sequence : sequences) {
+    blocks.push_back(log_.block(window, log_.frames()[static_cast<std::size_t>(sequence - 1)]));
+  }
+  run([&] {
+    for (std::size_t k = 0; k < blocks.size(); ++k) {
+      if (waiting_.size() != k) throw varnel::ExceptionBase("A slot changed the project between two steps.", false);
+      stepOnce(kind, sequences[k], blocks[k]);
+    }
+  });
+}
+
+std::vector<u64> ProjectFile::Impl::turns(FrameKind kind, std::size_t steps) const {
+  bool const undoes = kind == FrameKind::Undo;
+  auto const& all = undoes ? history_.undoable() : history_.redoable();
+  if (steps > all.size()) {
+    throw varnel::ExceptionBase(
+        "There are " + std::to_string(all.size()) + " transactions to " + (undoes ? "undo." : "redo."), false);
+  }
+  return {all.rbegin(), all.rbegin() + static_cast<std::ptrdiff_t>(steps)};
+}
+
+// A step that changed nothing has an empty block: the frame is what says that it was taken.
+void ProjectFile::Impl::stepOnce(FrameKind kind, u64 sequence, Content const& block) {
+  bool const undoes = kind == FrameKind::Undo;
+  auto const own = waiting_.size();
+  replay(project_, block, undoes ? Project::Direction::Backwards : Project::Direction::Forwards);
+  requireEnded();
+  if (waiting_.size() == own) {
+    auto const none = Journal::TransactionWriter{}.finalize();
+    waiting_.push_back({{none.begin(), none.end()}, {}, now()});
+  }
+  name(own, undoes ? "undo" : "redo");
+  waiting_[own].kind = kind;
+  waiting_[own].argument = sequence;
+}
+
+void ProjectFile::Impl::name(std::size_t first, std::string const& label) {
+  for (auto k = first; k < waiting_.size(); ++k) waiting_[k].label = label;
+  for (auto k = first + 1; k < waiting_.size(); ++k) waiting_[k].label += slotRemark;
 }
 
 // Each block by itself: frames of one write count only together, so that what breaks one of them would be taken for a
@@ -191,7 +277,7 @@ void ProjectFile::Impl::writeWaiting() {
   try {
     for (; written < waiting_.size(); ++written) {
       waiting_[written].label = outsideLabel;
-      log_.append({&waiting_[written], 1});
+      append({&waiting_[written], 1});
     }
   } catch (...) {
     drop();
@@ -200,10 +286,41 @@ void ProjectFile::Impl::writeWaiting() {
   drop();
 }
 
-void ProjectFile::Impl::write(std::string const& first, std::string const& others) {
-  for (auto& entry : waiting_) entry.label = &entry == waiting_.data() ? first : others;
-  log_.append(waiting_);
+void ProjectFile::Impl::writeAll() {
+  if (waiting_.empty()) return;
+  append(waiting_);
   waiting_.clear();
+}
+
+void ProjectFile::Impl::append(std::span<Entry const> entries) {
+  history_.makeRoom(entries.size());
+  log_.append(entries);
+  for (auto const& frame : std::span{log_.frames()}.last(entries.size())) {
+    static_cast<void>(history_.take(frame));
+    pace_.add(frame.blockLength);
+  }
+}
+
+// The edit stands whatever becomes of this: what is before the checkpoint was synced before.
+void ProjectFile::Impl::considerCheckpoint() {
+  if (!pace_.isTimeToLook()) return;
+  try {
+    writeCheckpoint();
+  } catch (LostWriteError const& lost) {
+    pace_.failed();
+    if (!attempt([&] { log_.cutOff(); })) close(lost.what());
+  } catch (std::exception const&) {
+    pace_.failed();
+  }
+}
+
+void ProjectFile::Impl::writeCheckpoint() {
+  auto state = project_.checkpoint();
+  auto const length = state.block.size();
+  if (!pace_.isWorth(length)) return pace_.postpone(length);
+  Entry const entry{std::move(state.block), {}, now(), FrameKind::Checkpoint, state.nextUid};
+  log_.append({&entry, 1});
+  pace_.written(length);
 }
 
 void ProjectFile::Impl::noticeClear() {
@@ -217,8 +334,7 @@ void ProjectFile::Impl::requireOpen() const {
 std::vector<unsigned char> ProjectFile::Impl::block(Frame const& frame) const {
   requireOpen();
   auto window = log_.window();
-  FrameBody const body{window, frame, log_.path()};
-  return {body.block().begin(), body.block().end()};
+  return log_.block(window, frame);
 }
 
 void ProjectFile::Impl::requireWritable() {
@@ -242,17 +358,17 @@ void ProjectFile::Impl::requireEnded() {
 // Called while the failure is handled. Closes the file where it cannot go on, for the reason given or its own.
 void ProjectFile::Impl::abandon(std::string whyClose) {
   auto const failure = std::current_exception();
-  bool const left = blockLost_ || !waiting_.empty();
-  waiting_.clear();
-  blockLost_ = false;
+  auto const entries = std::exchange(waiting_, {});
+  bool const lost = std::exchange(blockLost_, false);
   noticeClear();
   if (!log_.isOpen()) return;
   if (project_.transactionDepth() != 0) {
     whyClose = "an edit left a transaction open";
-  } else if (left) {
+  } else {
     try {
+      if (lost) throw std::bad_alloc{};
       During const replaying{*this, State::Replaying};
-      restore(project_, log_);
+      takeBack(project_, entries);
     } catch (...) {
       whyClose = "an edit failed (" + textOf(failure) + ") and could not be taken back (" +
                  textOf(std::current_exception()) + ')';
@@ -292,7 +408,8 @@ ProjectFile ProjectFile::create(std::filesystem::path const& path, Project& proj
 ProjectFile ProjectFile::create(std::filesystem::path const& path, Project& project, Options const& options) {
   if (options.access == Access::Read) throw varnel::ExceptionBase("A new file is opened for writing.", false);
   requireFresh(project, path);
-  auto impl = std::make_unique<Impl>(FrameLog::create(systemOf(options), path), project, options.access);
+  auto impl =
+      std::make_unique<Impl>(FrameLog::create(FileSystem::orReal(options.fileSystem), path), project, options.access);
   impl->bind();
   return ProjectFile{std::move(impl)};
 }
@@ -306,7 +423,8 @@ ProjectFile ProjectFile::open(std::filesystem::path const& path, Project& projec
     throw varnel::ExceptionBase("A damaged file is only opened to be read.", false);
   }
   requireFresh(project, path);
-  auto impl = std::make_unique<Impl>(FrameLog::open(systemOf(options), path, options), project, options.access);
+  auto impl = std::make_unique<Impl>(FrameLog::open(FileSystem::orReal(options.fileSystem), path, options), project,
+                                     options.access);
   impl->load(options);
   return ProjectFile{std::move(impl)};
 }
@@ -315,6 +433,8 @@ bool ProjectFile::edit(std::string_view label, std::function<void(Transaction&)>
   return impl_->edit(label, change);
 }
 
+void ProjectFile::undo(std::size_t steps) { impl_->step(FrameKind::Undo, steps); }
+void ProjectFile::redo(std::size_t steps) { impl_->step(FrameKind::Redo, steps); }
 void ProjectFile::flush() { impl_->flush(); }
 
 void ProjectFile::close() noexcept {
@@ -328,6 +448,10 @@ std::vector<Frame> const& ProjectFile::frames() const noexcept { return impl_->l
 std::vector<unsigned char> ProjectFile::block(Frame const& frame) const { return impl_->block(frame); }
 std::optional<IncompleteTail> const& ProjectFile::incompleteTail() const noexcept { return impl_->log().tail(); }
 std::optional<DamageError> const& ProjectFile::damage() const noexcept { return impl_->log().damage(); }
+std::vector<u64> const& ProjectFile::undoable() const noexcept { return impl_->history().undoable(); }
+std::vector<u64> const& ProjectFile::redoable() const noexcept { return impl_->history().redoable(); }
+std::optional<u64> ProjectFile::redoEndedBy() const noexcept { return impl_->history().redoEndedBy(); }
+std::vector<DamageError> const& ProjectFile::passedOver() const noexcept { return impl_->passedOver(); }
 std::string ProjectFile::identity() const { return impl_->log().identity(); }
 
 }  // namespace casebook

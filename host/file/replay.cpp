@@ -1,9 +1,8 @@
 #include "replay.h"
 
-#include <casebook/journal.h>
 #include <casebook/transaction_record.h>
 
-#include <new>
+#include <optional>
 #include <tuple>
 
 namespace casebook {
@@ -51,83 +50,22 @@ class Bystander {
   ScopedConnection connection_;
 };
 
-u64 lengthOf(Frame const& frame) {
-  using format::FrameHead;
-  return FrameHead::size + frame.label.size() + frame.blockLength + FrameHead::checkSize;
-}
-
-bool isFresh(Project& project) {
-  return project.transactionDepth() == 0 && !project.isEmitting() && project.empty() &&
-         project.variables() == std::vector{WeakPtr<Variable>{1}} && project.variableName(1) == "Case ID" &&
-         project.variableDescription(1).empty() && project.friendlyName().empty() && project.description().empty() &&
-         project.rootPath().empty() && project.variableRegexs().empty() && project.pathRegexs().empty() &&
-         project.tagGroups().empty() && project.auxFiles().empty();
-}
-
-/// Replays the frames of one file, one transaction each.
-class Replay {
- public:
-  Replay(Project& project, FrameLog const& log) : project_{project}, log_{log}, window_{log.window()} {}
-
-  void run(Bystander& bystander, std::function<void(u64, u64)> const& progress) {
-    requireSilence(bystander);
-    for (auto const& frame : log_.frames()) {
-      bystander.expectOne();
-      apply(frame);
-      requireSilence(bystander);
-      if (progress) progress(frame.offset + lengthOf(frame), window_.length());
-    }
-  }
-
- private:
-  void requireSilence(Bystander const& bystander) const {
-    if (!bystander.heardMore()) return;
-    throw varnel::ExceptionBase("A slot changed the project while " + log_.path().string() + " was replayed.", false);
-  }
-
-  void apply(Frame const& frame) {
-    FrameBody const body{window_, frame, log_.path()};
-    Journal::Transaction const block{body.block(), 0};
-    if (!block.valid() || block.length() != body.block().size()) throw damaged(frame, "its block is not whole");
-    inTransaction(project_, [&](Transaction&) { apply(frame, block); });
-  }
-
-  void apply(Frame const& frame, Journal::Transaction const& block) {
-    try {
-      project_.processJournalTransaction(block, Project::Direction::Forwards);
-    } catch (std::bad_alloc const&) {
-      throw;
-    } catch (std::exception const& error) {
-      throw damaged(frame, "its block cannot be replayed: " + std::string{error.what()});
-    }
-  }
-
-  [[nodiscard]] DamageError damaged(Frame const& frame, std::string const& what) const {
-    return damageAt(log_.path(), frame.offset, "frame " + std::to_string(frame.sequence) + ", " + what);
-  }
-
-  Project& project_;
-  FrameLog const& log_;
-  FileWindow window_;
-};
-
 }  // namespace
 
-void requireFresh(Project& project, std::filesystem::path const& path) {
-  if (!isFresh(project)) {
-    throw varnel::ExceptionBase(path.string() + " can only be opened into a project as constructed or reset.", false);
+void replay(Project& project, std::span<unsigned char const> block, Project::Direction direction) {
+  inTransaction(project,
+                [&](Transaction&) { project.processJournalTransaction(Journal::Transaction{block, 0}, direction); });
+}
+
+void takeBack(Project& project, std::span<Entry const> entries) {
+  Bystander bystander{project};
+  for (auto k = entries.size(); k-- > 0 && !bystander.heardMore();) {
+    bystander.expectOne();
+    replay(project, entries[k].block, Project::Direction::Backwards);
   }
-}
-
-void replay(Project& project, FrameLog const& log, std::function<void(u64, u64)> const& progress) {
-  Bystander bystander{project};
-  Replay{project, log}.run(bystander, progress);
-}
-
-void restore(Project& project, FrameLog const& log) {
-  Bystander bystander{project};
-  project.resetProject();
-  Replay{project, log}.run(bystander, {});
+  if (bystander.heardMore()) {
+    throw varnel::ExceptionBase("A slot changed the project while an edit was taken back.", false);
+  }
 }
 
 }  // namespace casebook

@@ -3,22 +3,12 @@
 #include "attempt.h"
 #include "frame_log.h"
 
+#include <casebook/journal.h>
 #include <casebook/project.h>
 
-#include <functional>
+#include <span>
 
 namespace casebook {
-
-/// Throws ("<path> can only be opened into a project as constructed or reset.", false) for any other.
-void requireFresh(Project& project, std::filesystem::path const& path);
-
-/// Brings a project as constructed or reset to the state of the file. `progress` is told the bytes done and those
-/// to do. Throws DamageError for a block that cannot be replayed, and for a slot that edits meanwhile
-/// ("A slot changed the project while <path> was replayed.", false).
-void replay(Project& project, FrameLog const& log, std::function<void(u64, u64)> const& progress);
-
-/// Empties the project and replays the file.
-void restore(Project& project, FrameLog const& log);
 
 /// Runs `steps` in a transaction and commits it, also when they throw: nothing takes a transaction back. The first
 /// exception passes.
@@ -33,5 +23,12 @@ void inTransaction(Project& project, Steps const& steps) {
   }
   transaction.commit();
 }
+
+/// Replays a block in a transaction of its own.
+void replay(Project& project, std::span<unsigned char const> block, Project::Direction direction);
+
+/// Undoes what left the project last, as these entries, the last of them first. Throws what a replay throws, and
+/// ("A slot changed the project while an edit was taken back.", false) for a slot that edits meanwhile.
+void takeBack(Project& project, std::span<Entry const> entries);
 
 }  // namespace casebook

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <casebook/exception_base.h>
 #include <casebook/export.h>
 #include <casebook/journal_codes.h>
 #include <casebook/variant.h>
@@ -69,6 +70,21 @@ class CASEBOOK_EXPORT Transaction {
  private:
   Bytes bytes_;
   u64 offset_;
+};
+
+/// A block does not fit the state that those before it gave. The message is "Block <number> cannot be restored: <why>",
+/// the flag true.
+class CASEBOOK_EXPORT RestoreError : public varnel::ExceptionBase {
+ public:
+  RestoreError(u64 number, std::string reason);
+  ~RestoreError() override;
+
+  [[nodiscard]] u64 number() const noexcept { return number_; }  ///< 1 for the first block
+  [[nodiscard]] std::string const& reason() const noexcept { return reason_; }
+
+ private:
+  u64 number_;
+  std::string reason_;
 };
 
 /// The state of a whole project; see Project::checkpoint.

@@ -337,8 +337,7 @@ class CASEBOOK_EXPORT Project {
   /// The UID counter becomes at least `nextUid`. Does not ask for the CRCs.
   ///
   /// Throws ("Only a new project can be restored.", true) for any other project, one with an open transaction, and
-  /// within a slot; and ("Block <number> cannot be restored: <why>", true), counted from 1, for a block that does not
-  /// fit, which leaves the project as reset.
+  /// within a slot; and Journal::RestoreError for a block that does not fit, which leaves the project as reset.
   virtual void restore(std::span<Journal::Transaction const> blocks, u64 nextUid);
 
   // The whole project

@@ -2,6 +2,7 @@
 
 #include "store/property.h"
 
+#include <new>
 #include <string>
 
 namespace casebook {
@@ -30,8 +31,10 @@ void restoreBlocks(Store& store, Recorder& recorder, Replay& replay, std::span<J
     ++number;
     try {
       replay.run(block, Journal::Direction::Forwards);
+    } catch (std::bad_alloc const&) {
+      throw;
     } catch (std::exception const& error) {
-      throw varnel::ExceptionBase{"Block " + std::to_string(number) + " cannot be restored: " + error.what(), true};
+      throw Journal::RestoreError{number, error.what()};
     }
     store.formerStatusVariables.clear();
   }

@@ -11,7 +11,7 @@ namespace casebook {
 [[nodiscard]] bool isFresh(Store const& store);
 
 /// Replays the blocks forwards into a fresh store, of which nobody hears, and raises the UID counter to `nextUid`.
-/// Throws ("Block <number, from 1> cannot be restored: <why>", true); the store then holds what came before.
+/// Throws Journal::RestoreError for a block that does not fit; the store then holds what came before.
 void restoreBlocks(Store& store, Recorder& recorder, Replay& replay, std::span<Journal::Transaction const> blocks,
                    u64 nextUid);
 

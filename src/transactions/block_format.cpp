@@ -73,6 +73,13 @@ void OpenBlock::restart() noexcept {
 
 namespace Journal {
 
+RestoreError::RestoreError(u64 number, std::string reason)
+    : ExceptionBase{"Block " + std::to_string(number) + " cannot be restored: " + reason, true},
+      number_{number},
+      reason_{std::move(reason)} {}
+
+RestoreError::~RestoreError() = default;
+
 TransactionWriter::TransactionWriter() : bytes_(headerSize) {}
 
 Bytes TransactionWriter::finalize() noexcept {

@@ -120,20 +120,25 @@ class TestProject {
   [[nodiscard]] Project& operator*() const { return *project_; }
   [[nodiscard]] Project* operator->() const { return project_.get(); }
 
-  [[nodiscard]] std::string state() const {
+  [[nodiscard]] std::string state() const { return state(true); }
+  /// The same, of projects whose UIDs need not be the same.
+  [[nodiscard]] std::string content() const { return state(false); }
+
+ private:
+  [[nodiscard]] std::string state(bool withUids) const {
+    auto const uid = [&](u64 id) { return withUids ? std::to_string(id) + ' ' : std::string{}; };
     std::string text = project_->friendlyName() + '|' + project_->description() + '|' + project_->rootPath();
     for (auto const variable : project_->variables()) {
-      text += "\nvariable " + std::to_string(variable.id()) + ' ' + project_->variableName(variable.id());
+      text += "\nvariable " + uid(variable.id()) + project_->variableName(variable.id());
     }
     for (auto const record : project_->records()) {
-      text += "\nrecord " + std::to_string(record.id());
+      text += "\nrecord " + uid(record.id());
       for (auto const& value : project_->getRow(record.id())) text += ' ' + value.toString();
     }
     for (auto const group : project_->tagGroups()) text += "\ngroup " + project_->tagGroupName(group.id());
     return text;
   }
 
- private:
   Project* before_;
   std::unique_ptr<Project> project_;
 };
@@ -143,6 +148,13 @@ using Change = std::function<void(Transaction&)>;
 inline Change nameIt(std::string name) {
   return [name](Transaction& transaction) { transaction->setFriendlyName(name); };
 }
+
+inline Change describeIt(std::string description) {
+  return [description](Transaction& transaction) { transaction->setDescription(description); };
+}
+
+/// Two of these edits are worth a checkpoint, when the second takes the text away again.
+inline std::string const longText(530'000, 'x');
 
 /// One more record; the first time the variable "size" with it. Its cell is set.
 inline void addCase(Transaction& transaction) {
@@ -178,15 +190,17 @@ inline ProjectFile::Options with(FileSystem& system, ProjectFile::Access access 
 }
 
 /// What a file brings a project to. Reads a copy, so that a lock on the file is no hindrance.
-inline std::string stateIn(std::filesystem::path const& path) {
+inline std::string stateIn(std::filesystem::path const& path, std::string (TestProject::*what)() const) {
   auto const copy = std::filesystem::path{path} += ".copy";
   std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
   FaultyFileSystem system;
   TestProject project;
   auto const file = ProjectFile::open(copy, *project, with(system, ProjectFile::Access::Read));
   std::filesystem::remove(copy);
-  return project.state();
+  return (project.*what)();
 }
+inline std::string stateIn(std::filesystem::path const& path) { return stateIn(path, &TestProject::state); }
+inline std::string contentIn(std::filesystem::path const& path) { return stateIn(path, &TestProject::content); }
 
 inline IncompleteTail tailOf(ProjectFile const& file) { return file.incompleteTail().value_or(IncompleteTail{}); }
 

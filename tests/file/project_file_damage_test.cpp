@@ -206,18 +206,27 @@ TEST_F(DamageTest, NothingIsSizedByAClaim) {
   }
 }
 
-TEST_F(DamageTest, LaterKindsAreRefusedByName) {
-  auto head = format::FrameHead::decode(piece(ends[1], ends[2])).value_or(format::FrameHead{});
-  for (auto const& [kind, name] : {std::pair{2U, "a checkpoint"}, {9U, "a frame of kind 9"}}) {
-    head.kind = kind;
+TEST_F(DamageTest, FramesOfAnotherMeaningAreRefused) {
+  auto const opening = [&](FrameKind kind, u64 argument) {
+    auto head = format::FrameHead::decode(piece(ends[1], ends[2])).value_or(format::FrameHead{});
+    head.kind = static_cast<std::uint32_t>(kind);
+    head.argument = argument;
     auto content = piece(0, ends[1]);
-    appendFrame(content, head, "label", Content(30, 1));
+    appendFrame(content, head, "label", Content{12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
     setContent(path, content);
     TestProject project;
-    EXPECT_EQ(messageOf([&] { ProjectFile::open(path, *project, with(system)); }),
-              path.string() + " holds " + name + " (frame 2 at byte " + std::to_string(ends[1]) +
-                  "), which this program cannot read.");
-  }
+    return messageOf([&] { ProjectFile::open(path, *project, with(system)); });
+  };
+  auto const place = " (frame 2 at byte " + std::to_string(ends[1]) + ")";
+  EXPECT_EQ(opening(FrameKind{9}, 0),
+            path.string() + " holds a frame of kind 9" + place + ", which this program cannot read.");
+  auto const outOfTurn = [&](u64 named) {
+    return path.string() + " is damaged at byte " + std::to_string(ends[1]) +
+           ": frame 2, it names a transaction whose turn it is not: frame " + std::to_string(named) + ".";
+  };
+  EXPECT_EQ(opening(FrameKind::Undo, 2), outOfTurn(2));
+  EXPECT_EQ(opening(FrameKind::Redo, 1), outOfTurn(1));
+  EXPECT_EQ(opening(FrameKind::Undo, 1), "");
 }
 
 TEST_F(DamageTest, KeptTailsNeverReplaceAnything) {

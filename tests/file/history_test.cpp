@@ -1,0 +1,217 @@
+#include "file_testing.h"
+#include "frame_log.h"
+
+#include <optional>
+#include <stdexcept>
+
+namespace casebook {
+
+namespace {
+
+using Access = ProjectFile::Access;
+
+/// A file at which one works, and which can be closed and opened again.
+class HistoryTest : public ::testing::Test {
+ protected:
+  void reopen() {
+    file.reset();
+    project.emplace();
+    file = ProjectFile::open(path, **project, with(system));
+  }
+
+  [[nodiscard]] std::string state() const { return project->state(); }
+
+  void breakBlock(Frame const& frame) {
+    auto content = contentOf(path);
+    content[frame.offset + format::FrameHead::size + frame.label.size() + 14] ^= 1;
+    setContent(path, content);
+  }
+
+  /// Verifies a copy.
+  [[nodiscard]] Verification verify() {
+    auto const copy = std::filesystem::path{path} += ".copy";
+    setContent(copy, contentOf(path));
+    TestProject other;
+    return ProjectFile::verify(copy, *other, with(system));
+  }
+
+  [[nodiscard]] std::string damage(std::size_t frame, std::string const& suffix = {}) const {
+    return path.string() + suffix + " is damaged at byte " + std::to_string(file->frames()[frame - 1].offset) +
+           ": a frame that was whole is broken.";
+  }
+
+  TemporaryFolder folder;
+  std::filesystem::path const path = folder / "a.casebook";
+  FaultyFileSystem system;
+  std::optional<TestProject> project{std::in_place};
+  std::optional<ProjectFile> file = ProjectFile::create(path, **project, with(system));
+};
+
+TEST_F(HistoryTest, EveryStateComesBackAlsoAfterARestartAndANewEditEndsRedo) {
+  std::vector<std::string> states{state()};
+  for (auto const& change : {Change{addCase}, nameIt("x"), Change{addCase}, describeIt("y"), Change{addCase}}) {
+    file->edit("edit", change);
+    states.push_back(state());
+  }
+  auto const expectDepth = [&](std::size_t depth) {
+    SCOPED_TRACE(depth);
+    for (int restarts = 0; restarts < 2; ++restarts, reopen()) {
+      EXPECT_EQ(state(), states[depth]);
+      EXPECT_EQ(file->undoable().size(), depth);
+      EXPECT_EQ(file->redoable().size(), states.size() - 1 - depth);
+    }
+  };
+  std::size_t depth = 5;
+  for (int const move : {-1, -1, +1, -3, -1, +2, +1, -2, +4}) {
+    move < 0 ? file->undo(static_cast<std::size_t>(-move)) : file->redo(static_cast<std::size_t>(move));
+    expectDepth(depth += static_cast<std::size_t>(move));
+  }
+  file->undo(3);
+  auto const bytes = contentOf(path);
+  EXPECT_EQ(messageOf([&] { file->undo(3); }), "There are 2 transactions to undo.");
+  EXPECT_EQ(messageOf([&] { file->redo(4); }), "There are 3 transactions to redo.");
+  EXPECT_EQ(contentOf(path), bytes);
+  EXPECT_FALSE(file->redoEndedBy());
+  file->edit("another", addCase);
+  auto const last = file->frames().back();
+  reopen();
+  EXPECT_EQ(file->redoEndedBy(), last.sequence);
+  EXPECT_EQ(file->undoable(), (std::vector<u64>{1, 2, last.sequence}));
+  EXPECT_EQ(messageOf([&] { file->redo(); }), "There are 0 transactions to redo.");
+  file->undo(3);
+  EXPECT_EQ(state(), states[0]);
+  EXPECT_FALSE(file->redoEndedBy());
+  EXPECT_EQ(verify().frames, file->frames().size());
+}
+
+TEST_F(HistoryTest, StepsAreFramesThatNameTheirTransaction) {
+  file->edit("add a case", addCase);
+  file->edit("name it", nameIt("x"));
+  file->edit("as it is", nameIt("x"));  // a block that changes nothing
+  file->undo(3);
+  file->redo(2);
+  std::string text;
+  for (auto const& frame : file->frames())
+    text +=
+        std::to_string(static_cast<int>(frame.kind)) + ':' + std::to_string(frame.argument) + ' ' + frame.label + '\n';
+  EXPECT_EQ(text, "1:0 add a case\n1:0 name it\n1:0 as it is\n3:3 undo\n3:2 undo\n3:1 undo\n4:1 redo\n4:2 redo\n");
+}
+
+TEST_F(HistoryTest, WhatSlotsDoInConsequenceIsAnEditOfTheirOwn) {
+  EditingSlot const slot{**project, &*file};
+  file->edit("add a case", addCase);
+  file->edit("add a case", addCase);
+  auto const before = state();
+  EXPECT_EQ(messageOf([&] { file->undo(3); }), "A slot changed the project between two steps.");
+  EXPECT_EQ(state(), before);
+  file->undo();  // what the slot did: it does it again
+  EXPECT_EQ(state(), before);
+  EXPECT_EQ(file->frames().back().label, "undo (by a slot)");
+  EXPECT_TRUE(file->redoable().empty());
+  EXPECT_EQ(stateIn(path), before);
+}
+
+/// A file with a checkpoint behind its third frame, and more frames behind that.
+class CheckpointTest : public HistoryTest {
+ protected:
+  static constexpr std::size_t checkpoint = 4;  // its frame's number
+
+  CheckpointTest() {
+    file->edit("add a case", addCase);
+    file->edit("describe it", describeIt(longText));
+    file->edit("describe it", describeIt("short"));
+    atCheckpoint = state();
+  }
+
+  void goOn() { file->edit("name it", nameIt("x")); }
+
+  std::string atCheckpoint;
+};
+
+TEST_F(CheckpointTest, OpeningBeginsThereAndNeedsNothingBefore) {
+  goOn();
+  auto const after = state();
+  ASSERT_EQ(file->frames().size(), 5U);
+  EXPECT_EQ(file->frames()[checkpoint - 1].kind, FrameKind::Checkpoint);
+  EXPECT_LT(file->frames()[checkpoint - 1].blockLength, 1000U);
+  EXPECT_EQ(verify().checkpoints, 1U);
+  breakBlock(file->frames()[1]);
+  reopen();
+  EXPECT_EQ(state(), after);
+  EXPECT_EQ(messageOf([&] { static_cast<void>(file->block(file->frames()[1])); }), damage(2));
+  EXPECT_EQ(messageOf([&] { static_cast<void>(verify()); }), damage(2, ".copy"));
+  file->undo(2);
+  EXPECT_EQ(messageOf([&] { file->undo(); }), damage(2));
+  EXPECT_EQ((*project)->description(), longText);
+  file->redo(2);
+  EXPECT_EQ(state(), after);
+}
+
+TEST_F(CheckpointTest, CutAnywhereWithinItsFrameNothingIsLost) {
+  auto const whole = contentOf(path);
+  auto const begin = file->frames().back().offset;
+  for (auto n = begin; n <= whole.size(); ++n) {
+    SCOPED_TRACE(n);
+    file.reset();
+    setContent(path, Content(whole.begin(), whole.begin() + static_cast<long>(n)));
+    reopen();
+    EXPECT_EQ(state(), atCheckpoint);
+    EXPECT_EQ(tailOf(*file).length, n < whole.size() ? n - begin : 0);
+    std::filesystem::remove(tailOf(*file).keptAside);
+  }
+}
+
+TEST_F(CheckpointTest, ABrokenOneIsPassedOverAndTheFileGoesOn) {
+  goOn();
+  auto const after = state();
+  breakBlock(file->frames()[checkpoint - 1]);
+  reopen();
+  EXPECT_EQ(state(), after);
+  ASSERT_EQ(file->passedOver().size(), 1U);
+  EXPECT_EQ(file->passedOver()[0].what(), damage(checkpoint));
+  EXPECT_EQ(verify().badCheckpoints.size(), 1U);
+  goOn();  // the bytes before it count again
+  EXPECT_EQ(file->frames().back().kind, FrameKind::Checkpoint);
+  breakBlock(file->frames()[1]);
+  reopen();
+  EXPECT_EQ(stateIn(path), state());
+  EXPECT_TRUE(file->passedOver().empty());
+  breakBlock(file->frames().back());
+  file->edit("undone", addCase);
+  EXPECT_EQ(messageOf([&] { stateIn(path); }), damage(2, ".copy"));
+}
+
+TEST_F(CheckpointTest, OneOfAnotherStateIsFoundByVerify) {
+  auto state = (*project)->checkpoint();
+  file.reset();
+  auto log = FrameLog::open(system, path, with(system));
+  TestProject other;
+  auto transaction = other->startTransaction();
+  addCase(transaction);
+  transaction.commit();
+  auto const foreign = other->checkpoint();
+  log.append(std::vector<Entry>{{foreign.block, {}, {}, FrameKind::Checkpoint, foreign.nextUid}});
+  log.append(std::vector<Entry>{{state.block, {}, {}, FrameKind::Checkpoint, state.nextUid - 1}});
+  log.append(std::vector<Entry>{{state.block, {}, {}, FrameKind::Checkpoint, state.nextUid + 1}});
+  log.close();
+  auto const found = verify();
+  EXPECT_EQ(found.checkpoints, 4U);
+  ASSERT_EQ(found.badCheckpoints.size(), 2U);
+  std::string const what = found.badCheckpoints[1].what();
+  EXPECT_TRUE(what.ends_with("frame 6, a checkpoint of another state than the frames before it give.")) << what;
+}
+
+TEST_F(HistoryTest, CheckpointsTakeNoMoreThanHalfOfAFile) {
+  u64 blocks = 0;
+  for (int k = 0; k < 12; ++k) file->edit("describe it", describeIt(std::string(400'000, static_cast<char>('a' + k))));
+  u64 checkpoints = 0;
+  for (auto const& frame : file->frames())
+    (frame.kind == FrameKind::Checkpoint ? checkpoints : blocks) += frame.blockLength;
+  EXPECT_GT(checkpoints, 0U);
+  EXPECT_LT(checkpoints, blocks);
+  EXPECT_TRUE(verify().badCheckpoints.empty());
+}
+
+}  // namespace
+
+}  // namespace casebook
