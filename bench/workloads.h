@@ -13,5 +13,6 @@ void registerSetValue();
 void registerOneCellTransaction();
 void registerAddRecord();
 void registerUndo();
+void registerOpenFile();
 
 }  // namespace casebook::bench

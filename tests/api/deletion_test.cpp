@@ -165,7 +165,13 @@ TEST_F(Deletion, OfTheCaseStatusTakesEffectAtOnce) {
 TEST_F(Deletion, LeavesHandlesHarmless) {
   for (auto const& kind : kinds) {
     u64 uid = 0;
-    transact([&](Project& p) { uid = kind.add(p); });
+    auto const add = [&] { transact([&](Project& p) { uid = kind.add(p); }); };
+    add();
+    std::optional ofUndone{kind.lock(uid)};
+    undo();
+    ofUndone.reset();
+    EXPECT_TRUE(project_->isCompletelyUnlocked());
+    add();
     auto const erase = [&] { transact([&](Project& p) { kind.erase(p, uid); }); };
 
     std::optional held{kind.lock(uid)};
