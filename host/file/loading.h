@@ -25,9 +25,6 @@ class BlockRow {
   /// leaves the project as reset.
   void restore(Project& project) const;
 
-  /// The last block.
-  [[nodiscard]] std::vector<unsigned char> const& back() const noexcept { return blocks_.back(); }
-
  private:
   FrameLog const* log_;
   FileWindow window_;
