@@ -83,9 +83,9 @@ class Walk {
            head.part < head.parts && (write_.empty() || head.parts == write_.front().head.parts) && chains(head);
   }
 
-  // A frame whose own check is broken is found by who reads it, and keeps nobody from those behind it.
+  // Behind a frame that is broken itself there is nothing to compare with: whoever reads that frame finds out.
   [[nodiscard]] bool chains(FrameHead const& head) {
-    return head.previous == check_ || (last_ && head.previous == computeCheck(file_, last_->offset, last_->head));
+    return head.previous == check_ || (last_ && computeCheck(file_, last_->offset, last_->head) != check_);
   }
 
   [[nodiscard]] std::string misplaced(FrameHead const& head) const {
@@ -200,12 +200,20 @@ DamageError damagedFrame(std::filesystem::path const& name, Frame const& frame, 
   return damageAt(name, frame.offset, "frame " + std::to_string(frame.sequence) + ", " + std::string{what});
 }
 
+namespace {
+
+format::Bytes bytesOf(std::string_view text) {
+  return {reinterpret_cast<unsigned char const*>(text.data()), text.size()};
+}
+
+}  // namespace
+
 std::vector<unsigned char> readBlock(FileWindow& file, Frame const& frame, std::filesystem::path const& name) {
   auto const begin = frame.offset + FrameHead::size;
   auto const head = FrameHead::decode(file.at(frame.offset, FrameHead::size));
   if (head && head->sequence == frame.sequence && head->blockLength == frame.blockLength &&
-      head->bodyFits(file.length() - begin)) {
-    auto const check = format::check(file.at(begin, head->labelLength), head->seed());
+      head->labelLength == frame.label.size() && head->bodyFits(file.length() - begin)) {
+    auto const check = format::check(bytesOf(frame.label), head->seed());
     std::vector<unsigned char> block(static_cast<std::size_t>(head->blockLength));
     file.read(begin + head->labelLength, block);
     if (format::check(block, check) == storedCheck(file, frame.offset, *head)) return block;

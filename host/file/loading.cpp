@@ -15,11 +15,6 @@ bool isFresh(Project& project) {
   return state.nextUid == 2 && state.block.size() == Journal::TransactionWriter::headerSize;
 }
 
-u64 endOf(Frame const& frame) {
-  using format::FrameHead;
-  return frame.offset + FrameHead::size + frame.label.size() + frame.blockLength + FrameHead::checkSize;
-}
-
 std::optional<std::size_t> lastCheckpoint(std::span<Frame const> frames) {
   while (!frames.empty() && frames.back().kind != FrameKind::Checkpoint) frames = frames.first(frames.size() - 1);
   return frames.empty() ? std::nullopt : std::optional{frames.size() - 1};
@@ -46,6 +41,11 @@ Loaded loadFrom(std::size_t first, Project& project, FrameLog const& log,
 }
 
 }  // namespace
+
+u64 endOf(Frame const& frame) noexcept {
+  using format::FrameHead;
+  return frame.offset + FrameHead::size + frame.label.size() + frame.blockLength + FrameHead::checkSize;
+}
 
 void requireFresh(Project& project, std::filesystem::path const& path) {
   if (!isFresh(project)) {

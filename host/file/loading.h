@@ -13,6 +13,9 @@ namespace casebook {
 /// Throws ("<path> can only be opened into a project as constructed or reset.", false) for any other.
 void requireFresh(Project& project, std::filesystem::path const& path);
 
+/// Where a frame ends, in bytes from the file's start.
+[[nodiscard]] u64 endOf(Frame const& frame) noexcept;
+
 /// Frames that lead to a state, and their blocks: all from the file's first on, or from a checkpoint on.
 class BlockRow {
  public:

@@ -42,14 +42,16 @@ DamageError::~DamageError() = default;
 /// One project bound to one file. The states, and what leads from one to the next:
 ///
 ///   idle       blocks that leave the project wait in `waiting_`
-///     edit, undo, redo   writes what waits as `flush` does, then -> editing
-///     flush      what waits becomes frames, block by block; where that fails the rest goes on waiting, after a lost
-///                write -> closed
-///   editing    a transaction is open or ending; its blocks, too, wait in `waiting_`
-///     written    a checkpoint may follow, after a lost write of which -> closed; else -> idle
-///     failed     had there been any blocks -> replaying, else as when replayed
-///   replaying  those blocks are undone; what this journals is dropped
-///     replayed   -> idle; after a lost write -> closed
+///     edit       writes what waits as `flush` does, then -> editing
+///     undo, redo the same, then -> stepping
+///     flush      ends what changed outside any transaction; what waits becomes frames, block by block; where that
+///     fails
+///                the rest goes on waiting, after a lost write -> closed; a checkpoint may follow
+///   editing, stepping   a transaction is open or ending; its blocks, too, wait in `waiting_`
+///     written    -> idle; a checkpoint may follow, and where it can neither be written nor cut off -> closed
+///     failed     -> taking back
+///   taking back   those blocks are undone; what this journals is dropped
+///     done       -> idle; after a lost write -> closed
 ///     failed     -> closed
 ///   closed     for good, `whyClosed_` says why; also from every other state when the host closes the file or
 ///              resets or clears the project (a clear is noticed by the lost connection)
@@ -64,10 +66,10 @@ class ProjectFile::Impl {
   bool edit(std::string_view label, std::function<void(Transaction&)> const& change);
   void step(FrameKind kind, std::size_t steps);
   void flush();
-  void close(std::string why) noexcept;
+  void close(std::string_view why) noexcept;
 
   [[nodiscard]] bool isOpen() const noexcept { return log_.isOpen() && reset_.connected(); }
-  [[nodiscard]] bool isReplaying() const noexcept { return state_ == State::Replaying; }
+  [[nodiscard]] bool isReplaying() const noexcept { return state_ == State::Stepping || state_ == State::TakingBack; }
   [[nodiscard]] FrameLog const& log() const noexcept { return log_; }
   [[nodiscard]] History const& history() const noexcept { return history_; }
   [[nodiscard]] std::vector<DamageError> const& passedOver() const noexcept { return passedOver_; }
@@ -75,7 +77,7 @@ class ProjectFile::Impl {
 
  private:
   using Content = std::vector<unsigned char>;
-  enum class State { Idle, Editing, Replaying };
+  enum class State { Idle, Editing, Stepping, TakingBack };
 
   /// A state for one scope.
   class During {
@@ -98,9 +100,9 @@ class ProjectFile::Impl {
   void requireEnded();
   void prepare();
   template <class Change>
-  void run(Change const& change);
+  void run(State state, Change const& change);
   [[nodiscard]] std::vector<u64> turns(FrameKind kind, std::size_t steps) const;
-  void stepOnce(FrameKind kind, u64 sequence, Content const& block);
+  void stepOnce(FrameKind kind, u64 sequence, Content const& replayed);
   void name(std::size_t first, std::string const& label);
   void append(std::span<Entry const> entries);
   void writeWaiting();
@@ -109,7 +111,7 @@ class ProjectFile::Impl {
   void writeCheckpoint();
   void abandon(std::string whyClose);
   [[noreturn]] void throwClosed() const;
-  [[noreturn]] void closeAndThrow(std::string why);
+  [[noreturn]] void closeAndThrow(std::string_view why);
 
   FrameLog log_;
   Project& project_;
@@ -154,9 +156,7 @@ void ProjectFile::Impl::read(Options const& options) {
 }
 
 void ProjectFile::Impl::bind() {
-  reset_ = project_.connectProjectReset([this] {
-    if (state_ != State::Replaying) close("the project was reset");
-  });
+  reset_ = project_.connectProjectReset([this] { close("the project was reset"); });
   if (access_ == Access::Write) {
     journal_ = project_.connectProjectJournal([this](Journal::TransactionWriter& writer) { keep(writer); });
   }
@@ -164,7 +164,7 @@ void ProjectFile::Impl::bind() {
 
 // A slot only keeps: it may neither wait for a disk nor fail on one.
 void ProjectFile::Impl::keep(Journal::TransactionWriter& writer) {
-  if (state_ == State::Replaying) return;
+  if (state_ == State::TakingBack) return;
   try {
     auto const block = writer.finalize();
     waiting_.push_back({{block.begin(), block.end()}, {}, now()});
@@ -180,7 +180,7 @@ bool ProjectFile::Impl::edit(std::string_view label, std::function<void(Transact
   }
   prepare();
   bool any = false;
-  run([&] {
+  run(State::Editing, [&] {
     inTransaction(project_, change);
     requireEnded();
     any = !waiting_.empty();
@@ -194,8 +194,10 @@ void ProjectFile::Impl::flush() {
   considerCheckpoint();
 }
 
-// Writes what waits from outside, as frames of their own.
+// Writes what waits from outside, as frames of their own; an empty transaction ends what was changed in none.
 void ProjectFile::Impl::prepare() {
+  requireWritable();
+  inTransaction(project_, [](Transaction&) {});
   requireWritable();
   if (blockLost_) closeAndThrow("there was no memory to keep a change that left the project outside an edit");
   try {
@@ -207,8 +209,8 @@ void ProjectFile::Impl::prepare() {
 
 // What `change` leaves in `waiting_` becomes one write; or nothing of it is left.
 template <class Change>
-void ProjectFile::Impl::run(Change const& change) {
-  During const editing{*this, State::Editing};
+void ProjectFile::Impl::run(State state, Change const& change) {
+  During const during{*this, state};
   try {
     change();
     writeAll();
@@ -231,7 +233,7 @@ void ProjectFile::Impl::step(FrameKind kind, std::size_t steps) {
   for (auto const sequence : sequences) {
     blocks.push_back(log_.block(window, log_.frames()[static_cast<std::size_t>(sequence - 1)]));
   }
-  run([&] {
+  run(State::Stepping, [&] {
     for (std::size_t k = 0; k < blocks.size(); ++k) {
       if (waiting_.size() != k) throw varnel::ExceptionBase("A slot changed the project between two steps.", false);
       stepOnce(kind, sequences[k], blocks[k]);
@@ -250,14 +252,15 @@ std::vector<u64> ProjectFile::Impl::turns(FrameKind kind, std::size_t steps) con
 }
 
 // A step that changed nothing has an empty block: the frame is what says that it was taken.
-void ProjectFile::Impl::stepOnce(FrameKind kind, u64 sequence, Content const& block) {
+void ProjectFile::Impl::stepOnce(FrameKind kind, u64 sequence, Content const& replayed) {
   bool const undoes = kind == FrameKind::Undo;
   auto const own = waiting_.size();
-  replay(project_, block, undoes ? Project::Direction::Backwards : Project::Direction::Forwards);
+  replay(project_, replayed, undoes ? Project::Direction::Backwards : Project::Direction::Forwards);
   requireEnded();
   if (waiting_.size() == own) {
-    auto const none = Journal::TransactionWriter{}.finalize();
-    waiting_.push_back({{none.begin(), none.end()}, {}, now()});
+    Journal::TransactionWriter empty;
+    auto const block = empty.finalize();
+    waiting_.push_back({{block.begin(), block.end()}, {}, now()});
   }
   name(own, undoes ? "undo" : "redo");
   waiting_[own].kind = kind;
@@ -306,9 +309,10 @@ void ProjectFile::Impl::considerCheckpoint() {
   if (!pace_.isTimeToLook()) return;
   try {
     writeCheckpoint();
-  } catch (LostWriteError const& lost) {
+  } catch (LostWriteError const&) {
     pace_.failed();
-    if (!attempt([&] { log_.cutOff(); })) close(lost.what());
+    if (!attempt([&] { log_.cutOff(); }))
+      close("a checkpoint could neither be written nor cut off; all edits are in the file");
   } catch (std::exception const&) {
     pace_.failed();
   }
@@ -367,19 +371,22 @@ void ProjectFile::Impl::abandon(std::string whyClose) {
   } else {
     try {
       if (lost) throw std::bad_alloc{};
-      During const replaying{*this, State::Replaying};
+      During const takingBack{*this, State::TakingBack};
       takeBack(project_, entries);
     } catch (...) {
-      whyClose = "an edit failed (" + textOf(failure) + ") and could not be taken back (" +
-                 textOf(std::current_exception()) + ')';
+      auto const second = std::current_exception();
+      bool const told = attempt([&] {
+        whyClose = "an edit failed (" + textOf(failure) + ") and could not be taken back (" + textOf(second) + ')';
+      });
+      if (!told) whyClose = "out of memory";  // short enough to need none
     }
   }
-  if (!whyClose.empty()) closeAndThrow(std::move(whyClose));
+  if (!whyClose.empty()) closeAndThrow(whyClose);
 }
 
-void ProjectFile::Impl::close(std::string why) noexcept {
+void ProjectFile::Impl::close(std::string_view why) noexcept {
   if (!log_.isOpen()) return;
-  whyClosed_ = std::move(why);
+  attempt([&] { whyClosed_ = why; });
   journal_.disconnect();
   reset_.disconnect();
   log_.close();
@@ -391,8 +398,8 @@ void ProjectFile::Impl::throwClosed() const {
   throw varnel::ExceptionBase(message, false);
 }
 
-void ProjectFile::Impl::closeAndThrow(std::string why) {
-  close(std::move(why));
+void ProjectFile::Impl::closeAndThrow(std::string_view why) {
+  close(why);
   throwClosed();
 }
 

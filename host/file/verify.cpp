@@ -17,12 +17,12 @@ class Verifier {
   Verifier(Project& project, FrameLog const& log) : project_{project}, log_{log}, row_{log} {}
 
   Verification run(std::function<void(u64, u64)> const& progress) && {
-    found_.frames = log_.frames().size();
     found_.tail = log_.tail();
     auto const length = log_.window().length();
     for (auto const& frame : log_.frames()) {
+      found_.transactions += frame.kind == FrameKind::Transaction;
       frame.kind == FrameKind::Checkpoint ? compare(frame) : row_.add(frame);
-      if (progress) progress(frame.offset, length);
+      if (progress) progress(endOf(frame), length);
     }
     static_cast<void>(stateAfter(row_));
     project_.resetProject();
@@ -67,9 +67,11 @@ Verification ProjectFile::verify(std::filesystem::path const& path, Project& pro
   reading.access = Access::Read;
   reading.untilDamage = false;
   auto const log = FrameLog::open(FileSystem::orReal(options.fileSystem), path, reading);
-  static_cast<void>(historyOf(log));
+  auto const history = historyOf(log);
   try {
-    return Verifier{project, log}.run(options.progress);
+    auto found = Verifier{project, log}.run(options.progress);
+    found.undone = found.transactions - history.undoable().size();
+    return found;
   } catch (...) {
     attempt([&] { project.resetProject(); });
     throw;

@@ -1,6 +1,8 @@
 #include "file_testing.h"
 #include "frame_log.h"
+#include "support/allocations.h"
 
+#include <functional>
 #include <optional>
 #include <stdexcept>
 
@@ -81,13 +83,14 @@ TEST_F(HistoryTest, EveryStateComesBackAlsoAfterARestartAndANewEditEndsRedo) {
   file->undo(3);
   EXPECT_EQ(state(), states[0]);
   EXPECT_FALSE(file->redoEndedBy());
-  EXPECT_EQ(verify().frames, file->frames().size());
+  EXPECT_EQ(verify().transactions, 6U);
+  EXPECT_EQ(verify().undone, 6U);
 }
 
 TEST_F(HistoryTest, StepsAreFramesThatNameTheirTransaction) {
   file->edit("add a case", addCase);
   file->edit("name it", nameIt("x"));
-  file->edit("as it is", nameIt("x"));  // a block that changes nothing
+  file->edit("as it is", nameIt("x"));
   file->undo(3);
   file->redo(2);
   std::string text;
@@ -97,18 +100,83 @@ TEST_F(HistoryTest, StepsAreFramesThatNameTheirTransaction) {
   EXPECT_EQ(text, "1:0 add a case\n1:0 name it\n1:0 as it is\n3:3 undo\n3:2 undo\n3:1 undo\n4:1 redo\n4:2 redo\n");
 }
 
-TEST_F(HistoryTest, WhatSlotsDoInConsequenceIsAnEditOfTheirOwn) {
-  EditingSlot const slot{**project, &*file};
+TEST_F(HistoryTest, AStepThatChangesNothingHasAnEmptyBlock) {
+  file.reset();
+  auto log = FrameLog::open(system, path, with(system));
+  Journal::TransactionWriter empty;
+  auto const block = empty.finalize();
+  log.append(std::vector<Entry>{{{block.begin(), block.end()}, "nothing", {}}});
+  log.close();
+  reopen();
+  file->undo();
+  reopen();
+  EXPECT_EQ(file->block(file->frames()[1]), Content(block.begin(), block.end()));
+  file->redo();
+  EXPECT_EQ(file->undoable().size(), 1U);
+}
+
+TEST_F(HistoryTest, WhatChangedOutsideAnyTransactionIsAnEditBeforeTheNext) {
+  (*project)->setFriendlyName("the host's own");
+  EXPECT_EQ(messageOf([&] {
+              file->edit("add a case", [](Transaction& transaction) {
+                addCase(transaction);
+                throw std::runtime_error("no");
+              });
+            }),
+            "no");
+  EXPECT_EQ(state(), stateIn(path));
+  EXPECT_EQ((*project)->friendlyName(), "the host's own");
+  (*project)->setFriendlyName("another");
+  file->flush();
+  EXPECT_EQ(state(), stateIn(path));
+}
+
+TEST_F(HistoryTest, SlotsThatHoldStillAreUndoneStepByStep) {
+  std::vector<std::string> states{state()};
+  {
+    EditingSlot const slot{**project, &*file};
+    for (int k = 0; k < 2; ++k) {
+      file->edit(std::string(65535, 'x'), addCase);
+      states.push_back(state());
+    }
+    for (int k = 1; k >= 0; --k) {
+      file->undo(2);
+      EXPECT_EQ(state(), states[static_cast<std::size_t>(k)]);
+    }
+    file->redo(4);
+  }
+  reopen();
+  EXPECT_EQ(state(), states[2]);
+  EditingSlot const slot{**project, nullptr};  // one that does not
+  EXPECT_EQ(messageOf([&] { file->undo(2); })
+                    .find("is closed: an edit failed (A slot changed the project between two "
+                          "steps.) and could not be taken back") == std::string::npos,
+            false);
+  EXPECT_EQ(stateIn(path), states[2]);
+}
+
+TEST_F(HistoryTest, WhateverAllocationFailsTheProjectIsWhatTheFileHolds) {
   file->edit("add a case", addCase);
-  file->edit("add a case", addCase);
-  auto const before = state();
-  EXPECT_EQ(messageOf([&] { file->undo(3); }), "A slot changed the project between two steps.");
-  EXPECT_EQ(state(), before);
-  file->undo();  // what the slot did: it does it again
-  EXPECT_EQ(state(), before);
-  EXPECT_EQ(file->frames().back().label, "undo (by a slot)");
-  EXPECT_TRUE(file->redoable().empty());
-  EXPECT_EQ(stateIn(path), before);
+  std::function<void()> const steps[] = {[&] { file->edit("name it", nameIt("a name longer than any small string")); },
+                                         [&] { file->undo(); }, [&] { file->redo(); }};
+  for (auto const& step : steps) {
+    bool ranOut = true;
+    for (long count = 0; ranOut; ++count) {
+      auto const before = state();
+      ranOut = false;
+      test::runsOut(count, [&] {
+        try {
+          step();
+        } catch (std::exception const&) {  // also what a closed file throws
+          ranOut = true;
+        }
+      });
+      auto const inFile = stateIn(path);
+      ASSERT_TRUE(!ranOut || inFile == before) << count;
+      ASSERT_TRUE(!file->isOpen() || inFile == state()) << count;
+      if (!file->isOpen()) reopen();
+    }
+  }
 }
 
 /// A file with a checkpoint behind its third frame, and more frames behind that.
@@ -140,11 +208,26 @@ TEST_F(CheckpointTest, OpeningBeginsThereAndNeedsNothingBefore) {
   EXPECT_EQ(state(), after);
   EXPECT_EQ(messageOf([&] { static_cast<void>(file->block(file->frames()[1])); }), damage(2));
   EXPECT_EQ(messageOf([&] { static_cast<void>(verify()); }), damage(2, ".copy"));
+  EXPECT_EQ(messageOf([&] { file->undo(3); }), damage(2));
+  EXPECT_EQ(state(), after);
   file->undo(2);
-  EXPECT_EQ(messageOf([&] { file->undo(); }), damage(2));
   EXPECT_EQ((*project)->description(), longText);
   file->redo(2);
   EXPECT_EQ(state(), after);
+}
+
+TEST_F(HistoryTest, UidsOfWhatIsGoneAreNotGivenOutBehindACheckpoint) {
+  file->edit("add a case", addCase);
+  auto const before = state();
+  auto const record = (*project)->records().back();
+  file->edit("delete it", [&](Transaction& transaction) { record.lock(transaction).erase(transaction); });
+  file->edit("describe it", describeIt(longText));
+  file->edit("describe it", describeIt("short"));
+  ASSERT_EQ(file->frames().back().kind, FrameKind::Checkpoint);
+  reopen();
+  file->edit("add a case", addCase);
+  file->undo(4);
+  EXPECT_EQ(state(), before);
 }
 
 TEST_F(CheckpointTest, CutAnywhereWithinItsFrameNothingIsLost) {
@@ -201,14 +284,25 @@ TEST_F(CheckpointTest, OneOfAnotherStateIsFoundByVerify) {
   EXPECT_TRUE(what.ends_with("frame 6, a checkpoint of another state than the frames before it give.")) << what;
 }
 
-TEST_F(HistoryTest, CheckpointsTakeNoMoreThanHalfOfAFile) {
-  u64 blocks = 0;
-  for (int k = 0; k < 12; ++k) file->edit("describe it", describeIt(std::string(400'000, static_cast<char>('a' + k))));
-  u64 checkpoints = 0;
-  for (auto const& frame : file->frames())
-    (frame.kind == FrameKind::Checkpoint ? checkpoints : blocks) += frame.blockLength;
-  EXPECT_GT(checkpoints, 0U);
-  EXPECT_LT(checkpoints, blocks);
+TEST_F(HistoryTest, ACheckpointComesAsSoonAsItIsWorthItsBytes) {
+  file->edit("a large state", [](Transaction& transaction) { transaction->setRootPath(std::string(3'000'000, '/')); });
+  for (int k = 0; k < 40; ++k) file->edit("describe it", describeIt(std::string(200'000, static_cast<char>('a' + k))));
+  auto const worth = [](u64 length) { return std::max(u64{1} << 20, length); };
+  u64 since = 0;
+  u64 state = 0;
+  int checkpoints = 0;
+  for (auto const& frame : file->frames()) {
+    if (frame.kind == FrameKind::Checkpoint) {
+      state = frame.blockLength;
+      EXPECT_GT(since, worth(state));
+      since = 0;
+      ++checkpoints;
+    } else {
+      since += frame.blockLength;
+      EXPECT_TRUE(checkpoints == 0 || since <= worth(state) + 500'000);
+    }
+  }
+  EXPECT_GT(checkpoints, 2);
   EXPECT_TRUE(verify().badCheckpoints.empty());
 }
 

@@ -73,7 +73,9 @@ class DamageTest : public ::testing::Test {
     }
   }
 
-  void expectDamage(std::size_t writes, Content const& content) {
+  void expectDamage(std::size_t writes, Content const& content) { expectDamage(writes, content, ends[writes]); }
+
+  void expectDamage(std::size_t writes, Content const& content, u64 offset) {
     setContent(path, content);
     for (auto const access : {Access::Read, Access::Write}) {
       TestProject project;
@@ -81,7 +83,7 @@ class DamageTest : public ::testing::Test {
         ProjectFile::open(path, *project, with(system, access));
         ADD_FAILURE() << "opened";
       } catch (DamageError const& error) {
-        EXPECT_EQ(error.offset(), ends[writes]);
+        EXPECT_EQ(error.offset(), offset);
       }
       EXPECT_EQ(project.state(), states[0]);
     }
@@ -91,7 +93,8 @@ class DamageTest : public ::testing::Test {
     TestProject project;
     auto const file = ProjectFile::open(path, *project, options);
     EXPECT_EQ(project.state(), states[writes]);
-    EXPECT_EQ(file.damage().value_or(DamageError{"none", 0}).offset(), ends[writes]);
+    EXPECT_EQ(file.frames().size(), frameCounts[writes]);
+    EXPECT_EQ(file.damage().value_or(DamageError{"none", 0}).offset(), offset);
   }
 
   [[nodiscard]] Content piece(u64 first, u64 end) const {
@@ -258,11 +261,17 @@ TEST_F(DamageTest, ABlockThatCannotBeReplayedIsDamage) {
   auto tooShort = naming;
   tooShort.push_back(0);
   for (auto const& block : {withUnknownCommand(naming), tooShort, Content(12, 0), Content{}}) {
-    setContent(path, bytes);
-    auto log = FrameLog::open(system, path, with(system));
-    log.append(std::vector<Entry>{{block, "stranger", {}}, {naming, "another", {}}});
-    log.close();
-    expectDamage(3, contentOf(path));
+    Entry const stranger{block, "stranger", {}};
+    Entry const another{naming, "another", {}};
+    for (auto const& entries : {std::vector{stranger, another}, std::vector{another, stranger}}) {
+      setContent(path, bytes);
+      auto log = FrameLog::open(system, path, with(system));
+      log.append(entries);
+      auto const& last = log.frames().back();
+      auto const bad = last.label == "stranger" ? last.offset : ends[3];
+      log.close();
+      expectDamage(3, contentOf(path), bad);
+    }
   }
 }
 

@@ -236,6 +236,7 @@ TEST(ProjectFileFaults, EachStepIsOnTheDiskBeforeTheNext) {
   EXPECT_EQ(callsOf(edit), "ws");
   for (int k = 0; k < 3; ++k) perform(file, *project, {Step::Outside, addCase});
   EXPECT_EQ(callsOf([&] { file.flush(); }), "wswsws");
+  EXPECT_EQ(callsOf([&] { file.undo(3); }), "ws");
   system.failAt = 1;
   EXPECT_EQ(callsOf(edit), "wts");
   system.failAt = 2;

@@ -33,7 +33,8 @@ struct Frame {
   u64 argument = 0;  ///< of an undo or redo the sequence number of its transaction, of a checkpoint the next UID
   u64 blockLength = 0;
   /// What the person did: as given to `edit`, or "undo" or "redo", followed by " (by a slot)" for what a slot did in
-  /// consequence; "(outside an edit)" for what left the project otherwise; empty for a checkpoint.
+  /// consequence; "(outside an edit)" for what left the project otherwise; empty for a checkpoint. Checked with the
+  /// block, so that of a frame whose block was not read may be broken.
   std::string label;
   std::chrono::sys_time<std::chrono::milliseconds> when;
 };
@@ -61,8 +62,9 @@ struct IncompleteTail {
 
 /// What ProjectFile::verify found.
 struct Verification {
-  u64 frames = 0;
-  u64 checkpoints = 0;                      ///< among the frames
+  u64 transactions = 0;
+  u64 undone = 0;  ///< of them
+  u64 checkpoints = 0;
   std::vector<DamageError> badCheckpoints;  ///< broken ones, and those that hold another state than the frames before
   std::optional<IncompleteTail> tail;
 };
@@ -89,7 +91,8 @@ class CASEBOOK_EXPORT ProjectFile {
     std::chrono::milliseconds lockWait{2000};
     /// Stop before the first bad frame instead of refusing the file; only with Access::Read.
     bool untilDamage = false;
-    /// Told, while a file is opened, up to which of its bytes it is read, and how many there are.
+    /// Told, while a file is opened, up to which of its bytes it is read, and how many there are. Begins again where
+    /// damage is found and passed over.
     std::function<void(u64 done, u64 total)> progress;
     /// All file access; the real one when null. Borrowed.
     FileSystem* fileSystem = nullptr;
@@ -156,8 +159,10 @@ class CASEBOOK_EXPORT ProjectFile {
   void close() noexcept;
   /// False after `close`, after a failure that closed the file for good, and after a reset or clear of the project.
   [[nodiscard]] bool isOpen() const noexcept;
-  /// True while a failed edit is taken back: its transactions are undone, the last first. A slot that edits holds
-  /// still then, for what it did is among them; one that edits or throws makes the taking back fail.
+  /// True while transactions of the file are replayed: in a step of undo or redo, and while a failed edit is taken
+  /// back, the last transaction first. A slot that edits in consequence of others holds still then, for what it did is
+  /// a transaction among them. What one does in a step nevertheless is an edit of its own, which ends redo; in a taking
+  /// back it makes that fail, as a slot does that throws.
   [[nodiscard]] bool isReplaying() const noexcept;
 
   [[nodiscard]] std::filesystem::path const& path() const noexcept;
