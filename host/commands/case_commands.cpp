@@ -217,11 +217,45 @@ class AddCaseCommand : public Command {
   std::vector<std::string> values_;
 };
 
+/// What makes cases active or inactive; one verb for each.
+class ActivityCommand : public Command {
+ public:
+  explicit ActivityCommand(bool active)
+      : Command{active ? "activate" : "deactivate",
+                active ? "Make a case active again" : "Make a case inactive: it stays in the table"},
+        active_{active} {}
+
+  void declare(CLI::App& app) override {
+    addFileArgument(app, file_);
+    app.add_option("CASE-ID", case_, "Which case")->required()->option_text(" ");
+  }
+
+  ExitCode run(Console& console) override {
+    OpenProject open{file_, OpenProject::For::Writing, console};
+    auto const record = findCase(open.project(), case_);
+    if (record.lock().isActive() == active_) {
+      fmt::print(console.out, "Case {} is {} already.\n", case_, active_ ? "active" : "inactive");
+      return ExitCode::Ok;
+    }
+    open.edit(fmt::format("{} case {}", name(), case_),
+              [&](Transaction& transaction) { transaction->activate(record.id(), active_); });
+    fmt::print(console.out, "Case {} is {} now.\n", case_, active_ ? "active" : "inactive");
+    return ExitCode::Ok;
+  }
+
+ private:
+  bool active_;
+  std::string file_;
+  std::string case_;
+};
+
 }  // namespace
 
 void addCaseCommands(Commands& commands) {
   commands.push_back(std::make_unique<SetCommand>());
   commands.push_back(std::make_unique<AddCaseCommand>());
+  commands.push_back(std::make_unique<ActivityCommand>(true));
+  commands.push_back(std::make_unique<ActivityCommand>(false));
 }
 
 }  // namespace casebook::cli

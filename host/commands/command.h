@@ -42,6 +42,8 @@ void addFileCommands(Commands& commands);
 void addViewCommands(Commands& commands);
 void addCaseCommands(Commands& commands);
 void addVariableCommands(Commands& commands);
+void addDeleteCommands(Commands& commands);
+void addHistoryCommands(Commands& commands);
 void addExportCommands(Commands& commands);
 void addLogCommands(Commands& commands);
 
@@ -51,7 +53,7 @@ CLI::Option* addFileArgument(CLI::App& app, std::string& file);
 /// An argument or option that is one text and may be given any number of times.
 CLI::Option* addTexts(CLI::App& app, std::string name, std::vector<std::string>& texts, std::string help);
 
-/// An option that is a whole number.
+/// An option or argument that is a whole number.
 CLI::Option* addCount(CLI::App& app, std::string name, std::size_t& count, std::string help);
 
 }  // namespace casebook::cli

@@ -9,7 +9,9 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <limits>
+#include <optional>
 
 namespace casebook::cli {
 namespace {
@@ -31,55 +33,109 @@ UtcTime utc(std::chrono::sys_time<std::chrono::milliseconds> when) {
                       clock.seconds().count(), clock.subseconds().count())};
 }
 
-/// One transaction, as the log tells of it.
+/// One transaction, or one step of undo or redo, as the log tells of it.
 struct LogEntry {
   Frame const& frame;
-  std::size_t commands = 0;
-  std::vector<std::string> words;  ///< of each command; only with --commands
+  /// The transaction that a step undid or redid; the frame itself otherwise.
+  Frame const& transaction;
+  bool undone = false;                            ///< a transaction that does not stand now
+  std::optional<std::vector<std::string>> words;  ///< of each command; only with --commands
 };
+
+std::string_view kindWord(FrameKind kind) {
+  switch (kind) {
+    case FrameKind::Transaction: return "transaction";
+    case FrameKind::Checkpoint: return "checkpoint";
+    case FrameKind::Undo: return "undo";
+    case FrameKind::Redo: return "redo";
+  }
+  return "unknown";
+}
+
+bool isStep(LogEntry const& entry) { return &entry.frame != &entry.transaction; }
+
+std::string title(LogEntry const& entry) {
+  std::string const label = printable(entry.transaction.label);
+  return isStep(entry) ? fmt::format("{} of {}: {}", kindWord(entry.frame.kind), entry.frame.argument, label) : label;
+}
 
 void printText(LogEntry const& entry, std::ostream& out) {
   UtcTime const time = utc(entry.frame.when);
-  fmt::print(out, "{:>4}  {} {} UTC  {:>14}  {:>13}  {}\n", entry.frame.sequence, time.date, time.clock.substr(0, 8),
-             counted(entry.commands, "command"), counted(entry.frame.blockLength, "byte"),
-             printable(entry.frame.label));
-  for (std::string const& words : entry.words) fmt::print(out, "      {}\n", words);
+  fmt::print(out, "{:>4}  {} {} UTC  ", entry.frame.sequence, time.date, time.clock.substr(0, 8));
+  if (entry.words) fmt::print(out, "{:>14}  ", counted(entry.words->size(), "command"));
+  fmt::print(out, "{:>13}  {:<6}  {}\n", counted(entry.frame.blockLength, "byte"), entry.undone ? "undone" : "",
+             title(entry));
+  if (!entry.words) return;
+  for (std::string const& words : *entry.words) fmt::print(out, "      {}\n", words);
 }
 
-Json json(LogEntry const& entry, bool withCommands) {
+Json json(LogEntry const& entry) {
   UtcTime const time = utc(entry.frame.when);
-  Json object{{"sequence", entry.frame.sequence},
-              {"time", fmt::format("{}T{}Z", time.date, time.clock)},
-              {"label", jsonText(entry.frame.label)},
-              {"commands", entry.commands},
-              {"bytes", entry.frame.blockLength}};
-  if (withCommands) object["changes"] = entry.words;
+  Json object{{"sequence", entry.frame.sequence}, {"kind", kindWord(entry.frame.kind)}};
+  if (isStep(entry)) object["of"] = entry.frame.argument;
+  object["time"] = fmt::format("{}T{}Z", time.date, time.clock);
+  object["label"] = jsonText(entry.transaction.label);
+  if (!isStep(entry)) object["undone"] = entry.undone;
+  object["bytes"] = entry.frame.blockLength;
+  if (entry.words) {
+    object["commands"] = entry.words->size();
+    object["changes"] = *entry.words;
+  }
   return object;
 }
 
+/// The entries of a file's log: every frame but the checkpoints, which change nothing.
+class LogEntries {
+ public:
+  LogEntries(ProjectFile const& file, bool withCommands) : file_{file}, withCommands_{withCommands} {
+    for (Frame const& frame : file.frames())
+      if (frame.kind != FrameKind::Checkpoint) listed_.push_back(&frame);
+  }
+
+  [[nodiscard]] std::size_t size() const noexcept { return listed_.size(); }
+
+  /// The next one. Throws Failure when its block is needed and damaged.
+  LogEntry next() {
+    Frame const& frame = *listed_[next_++];
+    bool const isTransaction = frame.kind == FrameKind::Transaction;
+    Frame const& transaction = isTransaction ? frame : file_.frames()[static_cast<std::size_t>(frame.argument - 1)];
+    bool const stands = std::ranges::binary_search(file_.undoable(), frame.sequence);
+    LogEntry entry{frame, transaction, isTransaction && !stands, {}};
+    if (withCommands_) readHistory([&] { entry.words = words_.describe(file_.block(frame)); });
+    return entry;
+  }
+
+ private:
+  ProjectFile const& file_;
+  bool withCommands_;
+  std::vector<Frame const*> listed_;
+  std::size_t next_ = 0;
+  JournalWords words_;
+};
+
 class LogCommand : public Command {
  public:
-  LogCommand() : Command{"log", "List the transactions: what was changed, and when"} {}
+  LogCommand() : Command{"log", "List what was changed and when, and what of it is undone"} {}
 
   void declare(CLI::App& app) override {
     addFileArgument(app, file_);
-    app.add_flag("--commands", commands_, "Tells of every command of a transaction what it changed");
+    app.add_flag("--commands", commands_, "Tells of every command what it changed; reads the whole file");
     app.add_flag("--json", json_, "One JSON document");
-    addCount(app, "--last", last_, "Lists the last N transactions alone");
+    addCount(app, "--last", last_, "Lists the last N alone");
   }
 
   ExitCode run(Console& console) override {
     OpenProject open{file_, OpenProject::For::Reading, console};
     ProjectFile const& file = open.file();
-    std::size_t const count = file.frames().size();
+    LogEntries entries{file, commands_};
+    std::size_t const count = entries.size();
     std::size_t const first = count - std::min(count, last_);
     if (json_) printHead(file, console.out);
-    JournalWords words;
     for (std::size_t i = 0; i < count; ++i) {
-      LogEntry const entry = read(file, file.frames()[i], words);
+      LogEntry const entry = entries.next();
       if (i < first) continue;
       if (json_) {
-        console.out << (i == first ? "\n  " : ",\n  ") << json(entry, commands_);
+        console.out << (i == first ? "\n  " : ",\n  ") << json(entry);
       } else {
         printText(entry, console.out);
       }
@@ -92,13 +148,6 @@ class LogCommand : public Command {
   void printHead(ProjectFile const& file, std::ostream& out) const {
     out << "{\"file\": " << jsonText(file_) << ",\n \"identity\": " << jsonText(file.identity())
         << ",\n \"transactions\": [";
-  }
-
-  LogEntry read(ProjectFile const& file, Frame const& frame, JournalWords& words) const {
-    auto const block = file.block(frame);
-    LogEntry entry{frame, Journal::Transaction{block, 0}.commands().size(), {}};
-    if (commands_) entry.words = words.describe(block);
-    return entry;
   }
 
   std::string file_;

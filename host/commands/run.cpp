@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::string_view exitCodes = R"(Exit codes:
   0  done; also when a write that was cut off had to be left out (a warning says so)
-  1  refused, or could not be done: nothing of it is in the project, unless the message says otherwise
+  1  refused, failed, or found bad by verify: nothing of it is in the project, unless the message says otherwise
   2  the command line cannot be understood
   3  export --until-damage met damage and gave out everything before it
   4  the change is stored, but stdout could not be written
@@ -30,6 +30,8 @@ Commands allCommands() {
   addViewCommands(commands);
   addCaseCommands(commands);
   addVariableCommands(commands);
+  addDeleteCommands(commands);
+  addHistoryCommands(commands);
   addExportCommands(commands);
   addLogCommands(commands);
   return commands;

@@ -85,7 +85,9 @@ class InfoCommand : public Command {
     line("File", printable(file_));
     line("Identity", open.file().identity());
     for (ProjectText const& text : projectTexts) line(text.heading, printable((project.*text.get)()));
-    line("Transactions", fmt::format("{}", open.file().frames().size()));
+    std::size_t const undone = open.undone();
+    line("Transactions",
+         fmt::format("{}{}", open.transactions(), undone == 0 ? "" : fmt::format(", {} undone", undone)));
     line("Cases", fmt::format("{}", project.records().size()));
     line("Files", fmt::format("{}", project.auxFiles().size()));
     line("Tag groups", fmt::format("{}", project.tagGroups().size()));

@@ -27,9 +27,11 @@ class CommandFields {
   }
   [[nodiscard]] u64 uid() const { return number("uid"); }
 
-  /// What the command changed: `3750 -> 3800`, with each value put in words by `words`.
+  /// What the command changed: `3750 -> 3800`, with each value put in words by `words`; the value alone where it
+  /// stayed.
   template <class Words>
   [[nodiscard]] std::string change(Words const& words) const {
+    if (value("oldValue") == value("newValue")) return words(value("newValue"));
     return fmt::format("{} -> {}", words(value("oldValue")), words(value("newValue")));
   }
   [[nodiscard]] std::string change() const { return change(valueWords); }
@@ -87,6 +89,8 @@ std::string JournalWords::describe(Journal::Command const& command) {
 
 std::string JournalWords::describe(std::uint32_t code, CommandFields const& fields) {
   using namespace Journal;
+  // The column that it carries is what the variable held until then.
+  if (code == (VariableMadeStatic | Inverse)) return fmt::format("{} is computed from now on", variable(fields.uid()));
   switch (static_cast<Code>(code)) {
     case FriendlyName: return fmt::format("project name: {}", fields.change());
     case Description: return fmt::format("project description: {}", fields.change());
@@ -109,10 +113,8 @@ std::string JournalWords::describe(std::uint32_t code, CommandFields const& fiel
     case RecordErased: return recordErased(fields);
     case RecordStatusSet: return statusSet(fields);
 
-    case AuxFileCreated:
-      return fmt::format("file {} attached to {}", inQuotes(fields.text("path")), record(fields.number("record")));
-    case AuxFileErased:
-      return fmt::format("file {} removed from {}", inQuotes(fields.text("path")), record(fields.number("record")));
+    case AuxFileCreated: return fileCreated(fields);
+    case AuxFileErased: return fileErased(fields);
 
     case VariableRegexCreated:
     case PathRegexCreated: return otherCreated("rule", fields);
@@ -144,11 +146,12 @@ std::string JournalWords::variableCreated(CommandFields const& fields) {
                                    : typeWord(static_cast<VariableDataType>(fields.number("dataType")));
   auto const nature = static_cast<VariableNature>(fields.number("nature"));
   if (nature != VariableNature::Unspecified) words += fmt::format(", {}", natureWord(nature));
-  return fmt::format("{} added ({})", variable(fields.uid()), words);
+  return fmt::format("{} {} ({})", variable(fields.uid()), comes(fields.uid()), words);
 }
 
 std::string JournalWords::variableErased(CommandFields const& fields) {
   std::string words = fmt::format("{} removed", variable(fields.uid()));
+  goes(fields.uid());
   variables_.erase(fields.uid());
   return words;
 }
@@ -171,19 +174,31 @@ std::string JournalWords::cellSet(CommandFields const& fields) {
 std::string JournalWords::recordCreated(CommandFields const& fields) {
   u64 const next = caseIds_.empty() ? 1 : caseIds_.rbegin()->second + 1;
   caseIds_[fields.uid()] = static_cast<std::uint32_t>(next);
-  return fmt::format("{} added", record(fields.uid()));
+  return fmt::format("{} {}", record(fields.uid()), comes(fields.uid()));
 }
 
 std::string JournalWords::recordInserted(CommandFields const& fields) {
   auto const& row = fields.values("row");
   caseIds_[fields.uid()] = row.empty() ? 0 : row.front().longValue();
-  return fmt::format("{} put back", record(fields.uid()));
+  return fmt::format("{} {}", record(fields.uid()), comes(fields.uid()));
 }
 
 std::string JournalWords::recordErased(CommandFields const& fields) {
   std::string words = fmt::format("{} removed", record(fields.uid()));
   caseIds_.erase(fields.uid());
+  goes(fields.uid());
   return words;
+}
+
+std::string JournalWords::fileCreated(CommandFields const& fields) {
+  bool const isBack = gone_.erase(fields.uid()) > 0;
+  return fmt::format("file {} attached to {}{}", inQuotes(fields.text("path")), record(fields.number("record")),
+                     isBack ? " again" : "");
+}
+
+std::string JournalWords::fileErased(CommandFields const& fields) {
+  goes(fields.uid());
+  return fmt::format("file {} removed from {}", inQuotes(fields.text("path")), record(fields.number("record")));
 }
 
 std::string JournalWords::statusSet(CommandFields const& fields) {
@@ -194,11 +209,12 @@ std::string JournalWords::statusSet(CommandFields const& fields) {
 
 std::string JournalWords::otherCreated(std::string_view kind, CommandFields const& fields) {
   others_[fields.uid()] = fields.text(fields.has("expression") ? "expression" : "name");
-  return fmt::format("{} {} added", kind, other(fields.uid()));
+  return fmt::format("{} {} {}", kind, other(fields.uid()), comes(fields.uid()));
 }
 
 std::string JournalWords::otherErased(std::string_view kind, CommandFields const& fields) {
   std::string words = fmt::format("{} {} removed", kind, other(fields.uid()));
+  goes(fields.uid());
   others_.erase(fields.uid());
   return words;
 }
@@ -209,6 +225,9 @@ std::string JournalWords::otherRenamed(std::string_view kind, CommandFields cons
   others_[fields.uid()] = fields.value("newValue").stringValue();
   return words;
 }
+
+// A UID is never handed out twice: what brings one that went is undoing a removal, or redoing a creation.
+std::string_view JournalWords::comes(u64 uid) { return gone_.erase(uid) > 0 ? "put back" : "added"; }
 
 std::string JournalWords::variable(u64 uid) const { return fmt::format("variable {}", lookUp(variables_, uid)); }
 

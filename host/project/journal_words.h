@@ -3,6 +3,7 @@
 #include <casebook/journal.h>
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,7 +13,8 @@ namespace casebook::cli {
 class CommandFields;
 
 /// Says in words what the commands of a journal do. Commands name entities by UID; the names that these had when a
-/// command was written are followed from block to block, so every block has to be given, from the first on.
+/// command was written are followed from block to block, so every block but those of checkpoints has to be given, from
+/// the first on.
 class JournalWords {
  public:
   /// A sentence for each command of the block.
@@ -29,10 +31,15 @@ class JournalWords {
   std::string recordCreated(CommandFields const& fields);
   std::string recordInserted(CommandFields const& fields);
   std::string recordErased(CommandFields const& fields);
+  std::string fileCreated(CommandFields const& fields);
+  std::string fileErased(CommandFields const& fields);
   std::string statusSet(CommandFields const& fields);
   std::string otherCreated(std::string_view kind, CommandFields const& fields);
   std::string otherErased(std::string_view kind, CommandFields const& fields);
   std::string otherRenamed(std::string_view kind, CommandFields const& fields);
+
+  std::string_view comes(u64 uid);
+  void goes(u64 uid) { gone_.insert(uid); }
 
   [[nodiscard]] std::string variable(u64 uid) const;
   [[nodiscard]] std::string record(u64 uid) const;
@@ -41,6 +48,7 @@ class JournalWords {
   std::map<u64, std::string> variables_{{1, "Case ID"}};
   std::map<u64, u64> caseIds_;         // of the records
   std::map<u64, std::string> others_;  // names of tag groups, patterns of rules
+  std::set<u64> gone_;                 // what was removed and can be put back
 };
 
 }  // namespace casebook::cli

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -54,12 +55,42 @@ CurrentProject::~CurrentProject() {
 OpenProject::OpenProject(std::filesystem::path const& path, For purpose, Console& console)
     : console_{console}, file_{openFile(path, *project_, purpose, console)} {
   warnOfTail(file_, console);
+  for (DamageError const& damage : file_.passedOver()) warnOfCheckpoint(damage, console);
   console_.stored = purpose == For::Creating;
 }
 
 void OpenProject::edit(std::string_view label, std::function<void(Transaction&)> const& change) {
   constexpr std::size_t longestLabel = 2000;
   if (file_.edit(cutToBytes(label, longestLabel), change)) console_.stored = true;
+}
+
+void OpenProject::undo(std::size_t steps) {
+  readHistory([&] { file_.undo(steps); });
+  console_.stored = true;
+}
+
+void OpenProject::redo(std::size_t steps) {
+  readHistory([&] { file_.redo(steps); });
+  console_.stored = true;
+}
+
+std::size_t OpenProject::transactions() const {
+  return static_cast<std::size_t>(std::ranges::count(file_.frames(), FrameKind::Transaction, &Frame::kind));
+}
+
+void readHistory(std::function<void()> const& read) {
+  try {
+    read();
+  } catch (DamageError const& damage) {
+    throw Failure{printable(damage.what()),
+                  "The table can be read all the same: casebook export FILE --csv gives it out."};
+  }
+}
+
+void warnOfCheckpoint(DamageError const& damage, Console& console) {
+  printWarning(console, fmt::format("{} Nothing is lost: this is a checkpoint, and what it repeats was read from an "
+                                    "earlier place.",
+                                    printable(damage.what())));
 }
 
 }  // namespace casebook::cli

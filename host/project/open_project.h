@@ -31,13 +31,22 @@ class OpenProject {
  public:
   enum class For { Creating, Reading, ReadingUntilDamage, Writing };
 
-  /// Warns of an incomplete tail. Throws Failure when stdout leads into the file, and what ProjectFile throws when it
-  /// cannot be opened. The console is borrowed.
+  /// Warns of an incomplete tail and of checkpoints that were passed over. Throws Failure when stdout leads into the
+  /// file, and what ProjectFile throws when it cannot be opened. The console is borrowed.
   OpenProject(std::filesystem::path const& path, For purpose, Console& console);
 
   /// Writes an edit, under a label that is cut where it is too long for a log, and notes in the console that the file
   /// has changed. Throws as ProjectFile::edit does.
   void edit(std::string_view label, std::function<void(Transaction&)> const& change);
+
+  /// Undoes or redoes as many transactions, and notes in the console that the file has changed. Throws as
+  /// ProjectFile::undo does, and as `readHistory`.
+  void undo(std::size_t steps);
+  void redo(std::size_t steps);
+
+  /// How many transactions the file holds, and how many of them are undone.
+  [[nodiscard]] std::size_t transactions() const;
+  [[nodiscard]] std::size_t undone() const { return transactions() - file_.undoable().size(); }
 
   [[nodiscard]] Project& project() const noexcept { return *project_; }
   [[nodiscard]] ProjectFile const& file() const noexcept { return file_; }
@@ -47,5 +56,12 @@ class OpenProject {
   CurrentProject project_;
   ProjectFile file_;
 };
+
+/// Reads blocks of an open file that opening it may have passed by. Damage to one of them becomes a Failure of the
+/// same message, with a hint that the table can be read all the same.
+void readHistory(std::function<void()> const& read);
+
+/// Says that a checkpoint is bad, and that nothing is lost with it.
+void warnOfCheckpoint(DamageError const& damage, Console& console);
 
 }  // namespace casebook::cli

@@ -272,7 +272,27 @@ TEST(Edits, SayWhatTheyDidAndAreLogged) {
        "Name is \"Study\".\nRoot folder is \"/data\".\n",
        "info --name \"Study\" --root \"/data\"",
        {"project name: \"\" -> \"Study\"", "project root: \"\" -> \"/data\""}},
-      {{"info", "--name", "Study"}, "Nothing to change.\n", "", {}}};
+      {{"info", "--name", "Study"}, "Nothing to change.\n", "", {}},
+      {{"activate", "2"}, "Case 2 is active now.\n", "activate case 2", {"case 2: Inactive -> Active"}},
+      {{"activate", "2"}, "Case 2 is active already.\n", "", {}},
+      {{"deactivate", "7"}, "Case 7 is inactive now.\n", "deactivate case 7", {"case 7: Active -> Inactive"}},
+      {{"delete", "--case", "80"},
+       "Deleted case 80; casebook undo FILE brings it back.\n",
+       "delete case 80",
+       {"case 80 removed"}},
+      {{"delete", "--variable", "Mass"},
+       "Deleted variable \"Mass\" and its 1 value; casebook undo FILE brings it back.\n",
+       "delete variable \"Mass\"",
+       {"variable \"Mass\" removed"}},
+      {{"delete", "--variable", "Case Status"},
+       "Deleted variable \"Case Status\" and its 4 values, so that every case is active now; casebook undo FILE brings "
+       "it back.\n",
+       "delete variable \"Case Status\"",
+       {"variable \"Case Status\" removed"}},
+      {{"deactivate", "2"},
+       "Case 2 is inactive now.\n",
+       "deactivate case 2",
+       {"variable \"Case Status\" added (text)", "case 2: Active -> Inactive"}}};
 
   Desk desk;
   makeSmall(desk);
@@ -291,8 +311,8 @@ TEST(Edits, SayWhatTheyDidAndAreLogged) {
   }
   EXPECT_EQ(linesOf(desk.done({"log", "p.casebook"})).size(), transactions);
   EXPECT_EQ(desk.csv("p.casebook"),
-            "Case ID,Name,Mass,Ring,Case Status,Years\n7,--x,3800,1,Active,1.5\n4294967295,,,,Inactive,1.5\n"
-            "1,,,,Active,1.5\n2,a=b,,,Inactive,1.5\n80,,,,Active,1.5\n");
+            "Case ID,Name,Ring,Years,Case Status\n7,--x,1,1.5,Active\n4294967295,,,1.5,Active\n"
+            "1,,,1.5,Active\n2,a=b,,1.5,Inactive\n");
 }
 
 TEST(Commands, AreRefusedWithReasonAndExitCode) {
@@ -333,6 +353,15 @@ TEST(Commands, AreRefusedWithReasonAndExitCode) {
       {{"set-nature", "Mass", "often"},
        2,
        "\"often\" is no nature: independent, none, or a whole number below 4294967296.\n"},
+      {{"delete"}, 2, "--case ID or --variable NAME is required.\nhint: casebook delete --help tells more.\n"},
+      {{"delete", "--case", "7", "--variable", "Mass"},
+       2,
+       "--case ID or --variable NAME, not both.\nhint: casebook delete --help tells more.\n"},
+      {{"delete", "--case", "8"}, 1, "There is no case 8. The nearest are 7 and 9.\n"},
+      {{"delete", "--variable", "Case ID"}, 1, "\"Case ID\" is built in and stays: it numbers the cases.\n"},
+      {{"undo", "0"}, 2, "N is a whole number from 1 on.\n"},
+      {{"undo", "2"}, 1, "There is only 1 transaction to undo.\n"},
+      {{"redo"}, 1, "nothing to redo: nothing is undone.\n"},
       {{"export", "--csv", "-o", "hard"}, 1, "hard: This is the project's own file; the output needs another.\n"},
       {{"export", "--csv", "-o", "folder"}, 1, "folder: This is a folder.\n"},
       {{"import", "folder"}, 1, "folder: Cannot be read: Is a directory.\n"},

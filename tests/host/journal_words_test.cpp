@@ -14,9 +14,11 @@ using Words = std::vector<std::string>;
 TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
   JournalWords words;
   Words spoken;
+  std::vector<unsigned char> block;
   CurrentProject const project;
   (*project).connectProjectJournal([&](Journal::TransactionWriter& writer) {
-    auto const block = writer.finalize();
+    auto const bytes = writer.finalize();
+    block.assign(bytes.begin(), bytes.end());
     spoken = words.describe(block);
   });
   Transaction t = (*project).startTransaction();
@@ -61,6 +63,37 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
                            "rule \"*.png\" renamed to \"*.bmp\"",
                            "rule \"*.bmp\": tag \"photo\" -> \"scan\"",
                            "rule \"m*\": target variable \"Weight\" -> variable \"Case ID\""}));
+
+  Transaction deletion = (*project).startTransaction();
+  deletion->setVariableType(mass, VariableType::Calculated);
+  deletion->setTagGroupName(group, "Sides");
+  deletion->removeTag(group, "left");
+  WeakPtr<Regex<std::string>>{rule}.lock().erase(deletion);
+  deletion->eraseVariable(bmi);
+  deletion->eraseRecord(first);
+  deletion.commit();
+  Words const deleted{"variable \"Weight\": kind ordinary -> calculated",
+                      "variable \"Weight\" is computed from now on",
+                      "tag group \"Views\" renamed to \"Sides\"",
+                      "tag group \"Sides\": \"left\" removed",
+                      "variable \"BMI\" removed",
+                      "file \"a.png\" removed from case 1",
+                      "case 1 removed",
+                      "rule \"*.bmp\" removed"};
+  EXPECT_EQ(spoken, deleted);
+  auto const replay = [&](std::vector<unsigned char> const& stored, Journal::Direction direction) {
+    Transaction step = (*project).startTransaction();
+    step->processJournalTransaction(Journal::Transaction{stored, 0}, direction);
+    step.commit();
+    return spoken;
+  };
+  auto const stored = block;
+  EXPECT_EQ(replay(stored, Journal::Direction::Backwards),
+            (Words{"rule \"*.bmp\" put back", "case 1 put back", "file \"a.png\" attached to case 1 again",
+                   "variable \"BMI\" put back (number)", "tag group \"Sides\": \"left\" added",
+                   "tag group \"Sides\" renamed to \"Views\"", "variable \"Weight\" is not computed any more",
+                   "variable \"Weight\": kind ordinary"}));
+  EXPECT_EQ(replay(stored, Journal::Direction::Forwards), deleted);
 }
 
 /// A block of one command.
@@ -85,17 +118,18 @@ TEST(JournalWords, FollowErasuresAndSayWhatCannotBeRead) {
   u64 const type = Variant::UnsignedInteger;
   // A row of one value, whose type is 4 bytes long: the word that follows is read from the middle of two numbers.
   u64 const identifier = u64{70} << 32 | type;
-  for (Case const& c :
-       std::initializer_list<Case>{{Journal::RecordCreated, {5, 0}, "case 1 added"},
-                                   {Journal::RecordErased, {5, 0, 1, type, 0}, "case 1 removed"},
-                                   {Journal::RecordErased, {5, 0, 1, type, 0}, "case #5 removed"},
-                                   {Journal::RecordInserted, {5, 0, 1, identifier, 0}, "case 70 put back"},
-                                   {Journal::RecordCreated, {6, 0}, "case 71 added"},
-                                   {Journal::VariableErased, {9, 0, 0, 0, 0, 0, 0, 0, 0}, "variable #9 removed"},
-                                   {Journal::TagGroupErased, {8, 0, 0}, "tag group #8 removed"},
-                                   {Journal::VariableMadeStatic, {9, 0}, "variable #9 is not computed any more"},
-                                   {0x77, {}, "command 0x77 of 0 bytes, which cannot be read here"},
-                                   {Journal::CellSet, {1}, "command 0x2009 of 8 bytes, which cannot be read here"}})
+  for (Case const& c : std::initializer_list<Case>{
+           {Journal::RecordCreated, {5, 0}, "case 1 added"},
+           {Journal::RecordErased, {5, 0, 1, type, 0}, "case 1 removed"},
+           {Journal::RecordErased, {5, 0, 1, type, 0}, "case #5 removed"},
+           {Journal::RecordInserted, {5, 0, 1, identifier, 0}, "case 70 put back"},
+           {Journal::RecordCreated, {6, 0}, "case 71 added"},
+           {Journal::VariableErased, {9, 0, 0, 0, 0, 0, 0, 0, 0}, "variable #9 removed"},
+           {Journal::TagGroupErased, {8, 0, 0}, "tag group #8 removed"},
+           {Journal::VariableMadeStatic, {9, 0}, "variable #9 is not computed any more"},
+           {Journal::VariableMadeStatic | Journal::Inverse, {9, 0}, "variable #9 is computed from now on"},
+           {0x77, {}, "command 0x77 of 0 bytes, which cannot be read here"},
+           {Journal::CellSet, {1}, "command 0x2009 of 8 bytes, which cannot be read here"}})
     EXPECT_EQ(words.describe(blockOf(c.code, c.payload)), Words{c.words});
 }
 

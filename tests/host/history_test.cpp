@@ -1,0 +1,172 @@
+#include "desk.h"
+
+#include "project/open_project.h"
+
+#include <casebook/casebook.h>
+
+#include <nlohmann/json.hpp>
+
+namespace casebook::cli {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+TEST(History, IsWalkedInBothDirectionsAndGivesBackEveryTable) {
+  Desk desk;
+  write("t.csv", "Case ID,Name,Mass,Case Status\n7,Ada,1.5,Active\n9,,,Inactive\n8,\"a\nb\",nan,Active\n");
+  auto const run = [&](Arguments arguments) {
+    arguments.insert(arguments.begin() + 1, "p.casebook");
+    return desk.done(arguments);
+  };
+  auto const table = [&] { return desk.csv("p.casebook") + run({"export", "--json"}); };
+  run({"create"});
+  std::vector<std::string> tables{table()};
+  for (Arguments const& edit : std::vector<Arguments>{{"add-variable", "Ring", "--type", "integer", "--default", "5"},
+                                                      {"import", "t.csv", "--type", "Mass=number"},
+                                                      {"set", "9", "Mass", "3"},
+                                                      {"add-case", "Name=Eve", "Case ID=70"},
+                                                      {"deactivate", "7"},
+                                                      {"rename", "Mass", "Weight"},
+                                                      {"delete", "--case", "9"},
+                                                      {"set-nature", "Weight", "independent"},
+                                                      {"delete", "--variable", "Weight"},
+                                                      {"set", "8", "Case ID", "9"},
+                                                      {"delete", "--variable", "Case Status"},
+                                                      {"deactivate", "70"},
+                                                      {"delete", "--case", "7"},
+                                                      {"info", "--name", "Study"}})
+    run(edit), tables.push_back(table());
+  std::size_t const n = tables.size() - 1;
+  for (std::size_t length : {std::size_t{1}, std::size_t{3}, n}) {
+    for (std::size_t i = n; i >= length; i -= length) {
+      EXPECT_EQ(linesOf(run({"undo", std::to_string(length)})).size(), length);
+      EXPECT_EQ(table(), tables[i - length]);
+    }
+    std::size_t const rest = n % length;
+    for (std::size_t i = rest; i < n; i += length) {
+      run({"redo", std::to_string(length)});
+      EXPECT_EQ(table(), tables[i + length]);
+    }
+  }
+  run({"undo", std::to_string(n)});
+  EXPECT_EQ(desk.run({"undo", "p.casebook"}).err, "casebook: nothing to undo: the project is as it was created.\n");
+}
+
+TEST(History, EndsRedoByANewEditAndIsMarkedInTheLog) {
+  Desk desk;
+  desk.import("p.casebook", "Name,Mass\nAda,1.5\n");
+  for (std::string const value : {"2", "3", "4"}) desk.done({"set", "p.casebook", "1", "Mass", value});
+  EXPECT_EQ(desk.done({"undo", "p.casebook", "2"}),
+            "Undid 4: set case 1 \"Mass\" to 4\nUndid 3: set case 1 \"Mass\" to 3\n");
+  EXPECT_EQ(desk.done({"redo", "p.casebook"}), "Redid 3: set case 1 \"Mass\" to 3\n");
+  EXPECT_EQ(desk.run({"redo", "p.casebook", "3"}).err, "casebook: There is only 1 transaction to redo.\n");
+  desk.done({"set", "p.casebook", "1", "Name", "Eve"});
+  std::string const before = contentOf("p.casebook");
+  EXPECT_EQ(desk.run({"redo", "p.casebook"}).err,
+            "casebook: nothing to redo: 8, set case 1 \"Name\" to \"Eve\", came after the undo.\n");
+  EXPECT_EQ(contentOf("p.casebook"), before);
+
+  std::vector<std::string> titles;
+  for (std::string const& line : linesOf(desk.done({"log", "p.casebook", "--last", "6"})))
+    titles.push_back(line.substr(0, 4) + line.substr(line.find("byte") + 5));
+  EXPECT_EQ(
+      titles,
+      (std::vector<std::string>{
+          "   3          set case 1 \"Mass\" to 3", "   4  undone  set case 1 \"Mass\" to 4",
+          "   5          undo of 4: set case 1 \"Mass\" to 4", "   6          undo of 3: set case 1 \"Mass\" to 3",
+          "   7          redo of 3: set case 1 \"Mass\" to 3", "   8          set case 1 \"Name\" to \"Eve\""}));
+  auto const json = nlohmann::json::parse(desk.done({"log", "p.casebook", "--json", "--commands", "--last", "5"}));
+  auto entries = json.at("transactions");
+  for (auto& entry : entries) entry.erase("time"), entry.erase("bytes"), entry.erase("commands");
+  EXPECT_EQ(entries.at(0), nlohmann::json::parse(R"({"sequence": 4, "kind": "transaction", "undone": true,
+      "label": "set case 1 \"Mass\" to 4", "changes": ["case 1, \"Mass\": 3 -> 4"]})"));
+  EXPECT_EQ(entries.at(1), nlohmann::json::parse(R"({"sequence": 5, "kind": "undo", "of": 4,
+      "label": "set case 1 \"Mass\" to 4", "changes": ["case 1, \"Mass\": 4 -> 3"]})"));
+  EXPECT_EQ(entries.at(4).at("undone"), false);
+}
+
+Frame frameOf(std::string const& file, FrameKind kind) {
+  CurrentProject const project;
+  ProjectFile::Options options;
+  options.access = ProjectFile::Access::Read;
+  auto const frames = ProjectFile::open(file, *project, options).frames();
+  return *std::ranges::find(frames, kind, &Frame::kind);
+}
+
+/// A copy of the file in which a byte in the middle of this frame's block is another.
+void copyWithDamage(std::string const& from, std::string const& to, Frame const& frame) {
+  std::string bytes = contentOf(from);
+  bytes[frame.offset + 64 + frame.label.size() + frame.blockLength / 2] ^= 1;
+  write(to, bytes);
+}
+
+TEST(History, OfALongFileIsVerifiedAndItsDamageTold) {
+  Desk desk;
+  std::string table = "Name,Mass\n";
+  for (int i = 0; i < 12000; ++i) table += "somebody," + std::to_string(i) + "\n";
+  desk.import("p.casebook", table);
+  desk.done({"set", "p.casebook", "5", "Mass", "7"});
+  desk.done({"set", "p.casebook", "6", "Mass", "7"});
+  desk.done({"undo", "p.casebook"});
+  EXPECT_EQ(desk.done({"verify", "p.casebook"}), "p.casebook is whole: 3 transactions, 1 undone, 1 checkpoint.\n");
+  EXPECT_EQ(linesOf(desk.done({"log", "p.casebook"})).size(), 4U);
+  std::string const csv = desk.csv("p.casebook");
+
+  // A bad checkpoint: nothing is lost, and it is told everywhere.
+  Frame const checkpoint = frameOf("p.casebook", FrameKind::Checkpoint);
+  copyWithDamage("p.casebook", "c.casebook", checkpoint);
+  std::string const bad = "warning: c.casebook is damaged at byte " + std::to_string(checkpoint.offset) + ": ";
+  for (Arguments const& arguments : {Arguments{"export", "c.casebook", "--csv"}, {"verify", "c.casebook"}}) {
+    bool const verifies = arguments.front() == "verify";
+    Result const result = desk.run(arguments);
+    EXPECT_EQ(result.code, verifies ? 1 : 0);
+    EXPECT_TRUE(result.err.starts_with(bad) && linesOf(result.err).size() == 1) << result.err;
+    EXPECT_NE(result.err.find("Nothing is lost: "), std::string::npos);
+    EXPECT_EQ(result.out, verifies ? "c.casebook holds every transaction whole, but not every checkpoint: "
+                                     "3 transactions, 1 undone, 1 checkpoint, 1 bad.\n"
+                                   : csv);
+  }
+
+  // A bad transaction before the checkpoint: only what needs it is refused.
+  Frame const imported = frameOf("p.casebook", FrameKind::Transaction);
+  copyWithDamage("p.casebook", "t.casebook", imported);
+  std::string const before = contentOf("t.casebook");
+  for (Arguments const& arguments :
+       {Arguments{"verify", "t.casebook"}, {"undo", "t.casebook", "2"}, {"log", "t.casebook", "--commands"}}) {
+    Result const result = desk.run(arguments);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(result.err.starts_with("casebook: t.casebook is damaged at byte " + std::to_string(imported.offset)));
+    EXPECT_EQ(linesOf(result.err).back(),
+              "hint: The table can be read all the same: casebook export FILE --csv gives it out.");
+  }
+  EXPECT_EQ(contentOf("t.casebook"), before);
+  EXPECT_EQ(linesOf(desk.done({"log", "t.casebook"})).size(), 4U);
+  EXPECT_EQ(desk.csv("t.casebook"), csv);
+  EXPECT_EQ(desk.done({"undo", "t.casebook"}), "Undid 3: set case 5 \"Mass\" to 7\n");
+
+  write("cut.casebook", contentOf("p.casebook").substr(0, before.size() - 3));
+  Result const cut = desk.run({"verify", "cut.casebook"});
+  EXPECT_EQ(cut.code, 0);
+  EXPECT_TRUE(cut.err.starts_with("warning: cut.casebook: The last write was cut off: ")) << cut.err;
+  EXPECT_EQ(cut.out,
+            "cut.casebook is whole up to the write that was cut off: 3 transactions, 0 undone, 1 checkpoint.\n");
+}
+
+TEST(Delete, TakesTheFilesOfACaseAlong) {
+  Desk desk;
+  desk.import("p.casebook", "Name\nAda\n");
+  {
+    CurrentProject const project;
+    ProjectFile::open("p.casebook", *project).edit("attach", [](Transaction& t) {
+      for (auto const* path : {"a.png", "b.png"}) t->addAuxFile(t->recordById(1).id(), path, "");
+    });
+  }
+  EXPECT_EQ(desk.done({"delete", "p.casebook", "--case", "1"}),
+            "Deleted case 1 and its 2 files; casebook undo FILE brings it back.\n");
+  desk.done({"undo", "p.casebook"});
+  EXPECT_EQ(linesOf(desk.done({"info", "p.casebook"}))[7], "Files         2");
+}
+
+}  // namespace
+}  // namespace casebook::cli
