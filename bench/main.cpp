@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
   casebook::bench::registerAddRecord();
   casebook::bench::registerUndo();
   casebook::bench::registerOpenFile();
+  casebook::bench::registerExpressions();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
 }

@@ -14,5 +14,6 @@ void registerOneCellTransaction();
 void registerAddRecord();
 void registerUndo();
 void registerOpenFile();
+void registerExpressions();
 
 }  // namespace casebook::bench

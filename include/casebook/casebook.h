@@ -4,6 +4,8 @@
 #include <casebook/aux_file_collection.h>
 #include <casebook/connection.h>
 #include <casebook/exception_base.h>
+#include <casebook/expression.h>
+#include <casebook/expression_executor.h>
 #include <casebook/journal.h>
 #include <casebook/journal_codes.h>
 #include <casebook/merge.h>
