@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
   casebook::bench::registerUndo();
   casebook::bench::registerOpenFile();
   casebook::bench::registerExpressions();
+  casebook::bench::registerStatistics();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
 }

@@ -15,5 +15,6 @@ void registerAddRecord();
 void registerUndo();
 void registerOpenFile();
 void registerExpressions();
+void registerStatistics();
 
 }  // namespace casebook::bench

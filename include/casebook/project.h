@@ -47,11 +47,12 @@ enum class MergeMethod : std::uint32_t;
 /// The face of one project: a table of cases (records) by variables, with files, tags and rules around it.
 ///
 /// Changes are made inside a Transaction; the end of the outermost one carries out deletions, refreshes derived
-/// values and emits the signals. Everything happens on the host's thread; nothing is synchronised.
+/// values and emits the signals. Everything happens on the host's thread; nothing is synchronised. Threads that help to
+/// rebuild statistics end before the call returns.
 ///
 /// What is not built yet refuses with varnel::ExceptionBase("<operation> is not available in this version.", true):
-/// statistics (variableUniqueValues to variableRange), queries by tag or extension, imageTags, tags() and removeTags,
-/// and merging. Calculated variables are kept and not calculated.
+/// queries by tag or extension, imageTags, tags() and removeTags, and merging. Calculated variables are kept and not
+/// calculated.
 ///
 /// One project is current at a time: `project()` answers it, and every handle counts its locks there. A host that
 /// wants its own instance (of this class, by `createProject`, or of one derived from it) sets `projectPtr` before it
@@ -188,7 +189,9 @@ class CASEBOOK_EXPORT Project {
   [[nodiscard]] virtual std::string variableName(u64 variable) const;
   [[nodiscard]] virtual std::string variableExpression(u64 variable) const;
   [[nodiscard]] virtual Variant variableDefaultValue(u64 variable) const;
-  /// The distinct values of the column, ascending, without null and NaN.
+  /// The distinct values of the column, ascending, without null and NaN. Like the next two and variableNumNullValues
+  /// it describes the column as it stood when the last transaction that changed anything ended, or, where that left
+  /// nothing, at the first such question: what an open transaction writes does not show.
   [[nodiscard]] virtual std::vector<Variant> variableUniqueValues(u64 variable);
   /// The number of case identifiers whose records hold the value.
   [[nodiscard]] virtual u64 variableValueCount(u64 variable, Variant const& value) const;
@@ -196,10 +199,11 @@ class CASEBOOK_EXPORT Project {
   [[nodiscard]] virtual std::set<u64> variableCaseIDs(u64 variable, Variant const& value);
   /// Whether this is the built-in "Case ID" variable; false for unknown UIDs.
   [[nodiscard]] virtual bool variableIsCaseID(u64 variable) const;
-  /// The number of cells that are null or NaN.
+  /// The number of case identifiers whose records hold null, and of those whose records hold NaN, added.
   [[nodiscard]] virtual u64 variableNumNullValues(u64 variable) const;
-  /// The smallest and the largest number of the column, (NaN, NaN) when it holds none. Throws
-  /// ("variableRange called on a non-numeric variable", true) unless the data type is 1 or 2.
+  /// The smallest and the largest number of the column as it stands, (NaN, NaN) when it holds none. Nulls are 0 in
+  /// data type 1 and do not count in data type 2. Throws ("variableRange called on a non-numeric variable", true) for
+  /// any other data type.
   [[nodiscard]] virtual std::pair<double, double> variableRange(u64 variable);
   /// These assign the property and nothing else: no cell is converted. `setVariableType` throws
   /// ("Only activating records makes a Case Status variable.", true) for that variable and for its type.

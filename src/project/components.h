@@ -3,6 +3,7 @@
 #include "auxtags/aux_files.h"
 #include "auxtags/rules.h"
 #include "auxtags/tag_groups.h"
+#include "derived/variable_statistics.h"
 #include "project/transaction_end.h"
 #include "replay/replay.h"
 #include "store/case_index.h"
@@ -23,9 +24,10 @@ struct Components {
   TagGroups tagGroups{store, recorder};
   VariableRules variableRules{store, recorder};
   PathRules pathRules{store, recorder};
+  VariableStatistics statistics{store};
   Deletion deletion{store, recorder, log, table};
   Replay replay{store, recorder, table, auxFiles, tagGroups, variableRules, pathRules, deletion};
-  TransactionEnd transactions{store, log, recorder, signals, caseIndex, deletion};
+  TransactionEnd transactions{store, log, recorder, signals, caseIndex, statistics, deletion};
 
   /// Back to the state of a new project; the depth of transactions and the slots stay.
   void restart() {
@@ -34,6 +36,7 @@ struct Components {
     log.clear();
     recorder.block().restart();
     caseIndex.clear();
+    statistics.clear();
   }
 
   Components() = default;

@@ -4,7 +4,7 @@
 #include <casebook/record.h>
 #include <casebook/variable.h>
 
-#include "platform/unavailable.h"
+#include "derived/number_range.h"
 #include "project/components.h"
 #include "project/lists.h"
 #include "store/property.h"
@@ -112,11 +112,21 @@ void Project::setVariableDefaultValue(u64 variable, Variant const& value) {
               value);
 }
 
-std::vector<Variant> Project::variableUniqueValues(u64) { refuseUnavailable("variableUniqueValues"); }
-u64 Project::variableValueCount(u64, Variant const&) const { refuseUnavailable("variableValueCount"); }
-std::set<u64> Project::variableCaseIDs(u64, Variant const&) { refuseUnavailable("variableCaseIDs"); }
-u64 Project::variableNumNullValues(u64) const { refuseUnavailable("variableNumNullValues"); }
-std::pair<double, double> Project::variableRange(u64) { refuseUnavailable("variableRange"); }
+std::vector<Variant> Project::variableUniqueValues(u64 variable) {
+  return components_->statistics.uniqueValues(variable);
+}
+u64 Project::variableValueCount(u64 variable, Variant const& value) const {
+  return components_->statistics.valueCount(variable, value);
+}
+std::set<u64> Project::variableCaseIDs(u64 variable, Variant const& value) {
+  return components_->statistics.caseIDs(variable, value);
+}
+u64 Project::variableNumNullValues(u64 variable) const {
+  return variableValueCount(variable, Variant::nan()) + variableValueCount(variable, Variant{});
+}
+std::pair<double, double> Project::variableRange(u64 variable) {
+  return numberRange(components_->store.variables.at(variable));
+}
 
 void Project::eraseRecord(u64 record) { components_->deletion.request<DataRecord>(record); }
 void Project::eraseVariable(u64 variable) { components_->deletion.request<DataVariable>(variable); }

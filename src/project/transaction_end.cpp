@@ -80,8 +80,11 @@ void TransactionEnd::emitTransactionSignals(ChangeLog const& done) {
   handOut();
   if (!anyChange) return;
   if (!removals) clearDerived();
-  recomputeStatistics();
-  signals_.emitChange(record);
+  FirstError error;
+  // What could not be kept is worked out when it is asked for.
+  if (!error.guard([this] { statistics_.recompute(); })) statistics_.clear();
+  error.guard([&] { signals_.emitChange(record); });
+  error.rethrow();
 }
 
 // Once, whatever the slots throw.
@@ -92,14 +95,15 @@ void TransactionEnd::handOut() {
   error.rethrow();
 }
 
-void TransactionEnd::clearDerived() noexcept { caseIndex_.clear(); }
+void TransactionEnd::clearDerived() noexcept {
+  caseIndex_.clear();
+  statistics_.clear();
+}
 
 // Steps of later versions, each in its place.
 
 void TransactionEnd::updateCalculatedValues() {}
 
 void TransactionEnd::updateTagGroups() {}
-
-void TransactionEnd::recomputeStatistics() {}
 
 }  // namespace casebook

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "derived/variable_statistics.h"
 #include "store/case_index.h"
 #include "transactions/deletion.h"
 #include "transactions/recorder.h"
@@ -14,13 +15,20 @@ namespace casebook {
 ///
 /// The depth is 0 throughout. A transaction that a slot opens, and changes that it makes outside one, end after step
 /// 5, in the same way, as often as there is something to end. An exception skips to the end of step 5, where the
-/// block is handed out if it was not; the first exception passes when nothing waits any more.
+/// block is handed out if it was not; only one in the statistics does not keep the record from the slots. The first
+/// exception passes when nothing waits any more.
 class TransactionEnd {
  public:
   /// All are borrowed.
   TransactionEnd(Store& store, ChangeLog& log, Recorder& recorder, Signals& signals, CaseIndex& caseIndex,
-                 Deletion& deletion)
-      : store_{store}, log_{log}, recorder_{recorder}, signals_{signals}, caseIndex_{caseIndex}, deletion_{deletion} {}
+                 VariableStatistics& statistics, Deletion& deletion)
+      : store_{store},
+        log_{log},
+        recorder_{recorder},
+        signals_{signals},
+        caseIndex_{caseIndex},
+        statistics_{statistics},
+        deletion_{deletion} {}
 
   void openLevel() noexcept { ++depth_; }
   /// At depth 0 it wraps, and nothing ends.
@@ -42,7 +50,6 @@ class TransactionEnd {
 
   void updateCalculatedValues();
   void updateTagGroups();
-  void recomputeStatistics();
   void clearDerived() noexcept;
 
   Store& store_;
@@ -50,6 +57,7 @@ class TransactionEnd {
   Recorder& recorder_;
   Signals& signals_;
   CaseIndex& caseIndex_;
+  VariableStatistics& statistics_;
   Deletion& deletion_;
   OpenBlock asideBlock_;  // of the transaction that is ending, until it is handed out
   u64 depth_ = 0;

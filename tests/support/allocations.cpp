@@ -5,8 +5,8 @@
 
 namespace casebook::test {
 
-long allocationsLeft = -1;
-std::size_t largestAllocation = 0;
+thread_local constinit long allocationsLeft = -1;
+thread_local constinit std::size_t largestAllocation = 0;
 
 namespace {
 

@@ -3,13 +3,13 @@
 #include <cstddef>
 #include <new>
 
-/// A watch on the allocations of the whole program.
+/// A watch on the allocations of each thread.
 namespace casebook::test {
 
 /// Allocations that still succeed; none is counted while it is negative.
-extern long allocationsLeft;
+extern thread_local constinit long allocationsLeft;
 /// The largest since it was last set.
-extern std::size_t largestAllocation;
+extern thread_local constinit std::size_t largestAllocation;
 
 /// Whether the call ran out of memory when only `count` allocations succeed.
 template <class Call>

@@ -1,0 +1,122 @@
+#include "derived/index_builder.h"
+
+#include <functional>
+#include <numeric>
+#include <stdexcept>
+
+namespace casebook {
+
+namespace {
+
+// Fewer are sorted faster than they are counted.
+constexpr std::size_t leastToCount = 2 * FewValues::most;
+
+}  // namespace
+
+ValueIndex IndexBuilder::build(Column const& column, CaseOrder const& order) {
+  order_ = &order;
+  if (column.size() != order.size()) throw std::out_of_range{"invalid vector subscript"};
+  runs_.clear();
+  runs_.ranks.reserve(column.size());
+  divideByKind(column);
+  runs_.nulls = putMissing(ValueKind::Null);
+  runs_.nans = putMissing(ValueKind::NotANumber);
+  putNumbers(ValueKind::Whole);
+  putNumbers(ValueKind::Number);
+  putTexts(column);
+  if (zeroIsNegative(column)) runs_.values.makeZeroNegative();
+  return {runs_, order.caseIds()};
+}
+
+void IndexBuilder::divideByKind(Column const& column) {
+  keys_.resize(column.size());
+  kinds_.resize(column.size());
+  positions_.resize(column.size());
+  begins_ = {};
+  for (std::uint32_t position = 0; position < column.size(); ++position) {
+    auto const [kind, key] = keyOf(column[order_->row(position)]);
+    keys_[position] = key;
+    kinds_[position] = kind;
+    ++begins_[static_cast<std::size_t>(kind) + 1];
+  }
+  std::partial_sum(begins_.begin(), begins_.end(), begins_.begin());
+  auto places = begins_;
+  for (std::size_t position = 0; position < column.size(); ++position)
+    positions_[places[static_cast<std::size_t>(kinds_[position])]++] = position;
+}
+
+std::span<u64> IndexBuilder::positionsOf(ValueKind kind) noexcept {
+  auto const number = static_cast<std::size_t>(kind);
+  return std::span{positions_}.subspan(begins_[number], begins_[number + 1] - begins_[number]);
+}
+
+std::size_t IndexBuilder::putMissing(ValueKind kind) {
+  auto const before = runs_.ranks.size();
+  putRanks(positionsOf(kind));
+  return runs_.ranks.size() - before;
+}
+
+void IndexBuilder::putNumbers(ValueKind kind) {
+  auto const positions = positionsOf(kind);
+  auto const keyAt = [this](u64 position) { return keys_[position]; };
+  auto const equal = [&](u64 a, u64 b) { return keyAt(a) == keyAt(b); };
+  auto const less = [&](u64 a, u64 b) { return keyAt(a) < keyAt(b); };
+  ends_.clear();
+  if (positions.size() >= leastToCount && fewValues_.collect(positions, keyAt, equal)) {
+    fewValues_.arrange(positions, less, ends_);
+  } else {
+    keySort_.sort(positions, keys_);
+    for (std::size_t i = 1; i <= positions.size(); ++i)
+      if (i == positions.size() || !equal(positions[i - 1], positions[i]))
+        ends_.push_back(static_cast<std::uint32_t>(i));
+  }
+  putRuns(positions, [&](u64 position) { runs_.values.append(kind, keyAt(position)); });
+}
+
+void IndexBuilder::putTexts(Column const& column) {
+  auto const positions = positionsOf(ValueKind::Text);
+  if (positions.empty()) return;
+  auto const cellAt = [&](u64 position) -> Variant const& {
+    return column[order_->row(static_cast<std::uint32_t>(position))];
+  };
+  auto const textAt = [&](u64 position) { return std::string_view{cellAt(position).stringValue()}; };
+  auto const hash = [&](u64 position) { return std::hash<std::string_view>{}(textAt(position)); };
+  auto const equal = [&](u64 a, u64 b) { return cellAt(a) == cellAt(b); };
+  auto const less = [&](u64 a, u64 b) { return cellAt(a) < cellAt(b); };
+  ends_.clear();
+  if (positions.size() >= leastToCount && fewValues_.collect(positions, hash, equal))
+    fewValues_.arrange(positions, less, ends_);
+  else textSort_.sort(positions, textAt, keys_, ends_);
+  runs_.values.reserveTexts(ends_.size());
+  putRuns(positions, [&](u64 position) { runs_.values.append(cellAt(position)); });
+}
+
+/// Puts each value with its ranks, of positions that lie in the order of their values and end at `ends_`.
+template <class Append>
+void IndexBuilder::putRuns(std::span<u64 const> positions, Append append) {
+  std::size_t begin = 0;
+  for (std::size_t const end : ends_) {
+    append(positions[begin]);
+    putRanks(positions.subspan(begin, end - begin));
+    runs_.ends.push_back(static_cast<std::uint32_t>(runs_.ranks.size()));
+    begin = end;
+  }
+}
+
+/// Rows of one case identifier count once.
+void IndexBuilder::putRanks(std::span<u64 const> positions) {
+  auto& ranks = runs_.ranks;
+  auto const begin = ranks.size();
+  for (u64 const position : positions) {
+    auto const rank = order_->rank(static_cast<std::uint32_t>(position));
+    if (ranks.size() == begin || ranks.back() != rank) ranks.push_back(rank);
+  }
+}
+
+bool IndexBuilder::zeroIsNegative(Column const& column) const {
+  if (!runs_.values.find(0.0)) return false;
+  auto const first = std::ranges::find(column, Variant{0.0});
+  return first != column.end() && first->word() != 0;
+}
+
+}  // namespace casebook

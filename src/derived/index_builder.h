@@ -1,0 +1,45 @@
+#pragma once
+
+#include "derived/few_values.h"
+#include "derived/text_sort.h"
+#include "derived/value_index.h"
+
+namespace casebook {
+
+/// Builds the indices of columns, one after the other, also after one that threw. Keeps its memory in between.
+class IndexBuilder {
+ public:
+  IndexBuilder() = default;
+  IndexBuilder(IndexBuilder const&) = delete;
+  IndexBuilder& operator=(IndexBuilder const&) = delete;
+
+  /// The order is that of the table as it stands. Throws std::out_of_range("invalid vector subscript") for a column
+  /// that is not as long as that of the identifiers.
+  [[nodiscard]] ValueIndex build(std::vector<Variant> const& column, CaseOrder const& order);
+
+ private:
+  using Column = std::vector<Variant>;
+
+  void divideByKind(Column const& column);
+  [[nodiscard]] std::span<u64> positionsOf(ValueKind kind) noexcept;
+  std::size_t putMissing(ValueKind kind);
+  void putNumbers(ValueKind kind);
+  void putTexts(Column const& column);
+  template <class Append>
+  void putRuns(std::span<u64 const> positions, Append append);
+  void putRanks(std::span<u64 const> positions);
+  [[nodiscard]] bool zeroIsNegative(Column const& column) const;
+
+  CaseOrder const* order_ = nullptr;  // borrowed while an index is built
+  KeySort keySort_;
+  TextSort textSort_{keySort_};
+  FewValues fewValues_;
+  std::vector<u64> keys_;                             // by position
+  std::vector<ValueKind> kinds_;                      // by position
+  std::vector<u64> positions_;                        // by kind
+  std::array<std::size_t, valueKinds + 1> begins_{};  // of the kinds in `positions_`, and the end
+  std::vector<std::uint32_t> ends_;                   // of the distinct values in the positions of one kind
+  ValueIndex::Runs runs_;
+};
+
+}  // namespace casebook

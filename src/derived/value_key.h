@@ -1,0 +1,48 @@
+#pragma once
+
+#include <casebook/variant.h>
+
+#include <cstdint>
+
+namespace casebook {
+
+/// The kinds of values in the order of Variant. Values of two kinds never equal each other; all nulls are equal, and
+/// so are all NaNs.
+enum class ValueKind : std::uint8_t { Null, Whole, Number, NotANumber, Text };
+
+inline constexpr std::size_t valueKinds = 5;
+
+/// A value as its order sees it: by kind, then by key. The keys of nulls, NaNs and texts are 0; those of whole numbers
+/// and numbers tell the value, but for the sign of zero.
+struct ValueKey {
+  ValueKind kind;
+  u64 key;
+};
+
+namespace value_key {
+
+inline constexpr u64 signBit = u64{1} << 63;
+inline constexpr u64 infinity = u64{0x7ff} << 52;
+
+// Bits of doubles ascend with the value above zero, and descend below it.
+constexpr ValueKey ofNumber(u64 bits) noexcept {
+  if ((bits & ~signBit) > infinity) return {ValueKind::NotANumber, 0};
+  bool const negative = bits > signBit;
+  return {ValueKind::Number, negative ? ~bits : bits | signBit};
+}
+
+constexpr u64 numberOf(u64 key) noexcept { return (key & signBit) != 0 ? key ^ signBit : ~key; }
+
+}  // namespace value_key
+
+inline ValueKey keyOf(Variant const& value) noexcept {
+  switch (value.type()) {
+    case Variant::Null: return {ValueKind::Null, 0};
+    case Variant::UnsignedInteger: return {ValueKind::Whole, value.word()};
+    case Variant::FloatingPoint: return value_key::ofNumber(value.word());
+    case Variant::String: return {ValueKind::Text, 0};
+  }
+  return {ValueKind::Null, 0};
+}
+
+}  // namespace casebook

@@ -1,0 +1,292 @@
+#include "support/allocations.h"
+#include "support/random_edits.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <map>
+#include <set>
+
+namespace casebook {
+namespace {
+
+using test::CurrentProject;
+using test::refusalOf;
+using test::transact;
+
+using Cases = std::map<Variant, std::set<u64>>;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf = std::numeric_limits<double>::infinity();
+
+std::vector<std::string> exactly(std::vector<Variant> const& values) {
+  std::vector<std::string> texts;
+  for (auto const& value : values) texts.push_back(exactly(value));
+  return texts;
+}
+
+/// The cases of each value as the table stands; of equal values the first row's is the key.
+Cases recount(Project& project, u64 variable) {
+  Cases cases;
+  Variable const column{variable, NoLockRequired{}};
+  Variable const ids{project.getCaseIDColumn().id(), NoLockRequired{}};
+  for (auto const uid : project.records()) {
+    Record const record{uid.id(), NoLockRequired{}};
+    cases[project.value(column, record)].insert(project.value(ids, record).longValue());
+  }
+  return cases;
+}
+
+std::vector<Variant> uniqueIn(Cases const& cases) {
+  std::vector<Variant> values;
+  for (auto const& [value, held] : cases)
+    if (value != Variant{} && value != Variant::nan()) values.push_back(value);
+  return values;
+}
+
+void expectUnique(Project& project, u64 variable, Cases const& cases) {
+  RC_ASSERT(exactly(project.variableUniqueValues(variable)) == exactly(uniqueIn(cases)));
+}
+
+void expectCases(Project& project, u64 variable, Cases cases) {
+  u64 const missing = cases[Variant{}].size() + cases[Variant::nan()].size();
+  RC_ASSERT(project.variableNumNullValues(variable) == missing);
+  for (Variant const& absent : {Variant{1234.5}, Variant{"absent"}, Variant{99, Variant::UnsignedInteger}})
+    cases[absent];
+  for (auto const& [value, held] : cases) {
+    RC_ASSERT(project.variableCaseIDs(variable, value) == held);
+    RC_ASSERT(project.variableValueCount(variable, value) == held.size());
+  }
+}
+
+/// What the statistics are to answer: pictures of columns, two for each variable, taken when a transaction that
+/// changed anything ends, else at the first question.
+class Model {
+ public:
+  explicit Model(Project& project) : project_{project} {}
+
+  /// Asks one question.
+  void ask(u64 variable, bool forCases) {
+    auto& pictures = forCases ? cases_ : unique_;
+    auto const [place, isNew] = pictures.try_emplace(variable);
+    if (isNew) place->second = recount(project_, variable);
+    if (forCases) expectCases(project_, variable, place->second);
+    else expectUnique(project_, variable, place->second);
+  }
+
+  void askAll() {
+    for (auto const variable : project_.variables()) ask(variable.id(), false), ask(variable.id(), true);
+  }
+
+  /// The reports of the transaction that ended.
+  void end(std::vector<TransactionRecord> const& reports) {
+    if (reports.empty()) return;
+    cases_.clear(), unique_.clear();
+    if (reports.size() == 1 && tellsRemovals(reports.front())) return;
+    for (auto const variable : project_.variables())
+      cases_[variable.id()] = unique_[variable.id()] = recount(project_, variable.id());
+  }
+
+ private:
+  static bool tellsRemovals(TransactionRecord const& report) {
+    auto const& gone = report.removed;
+    auto const lists = {&gone.variables,  &gone.records,   &gone.variableRegexs,
+                        &gone.pathRegexs, &gone.tagGroups, &gone.auxFiles};
+    return std::ranges::any_of(lists, [](auto const* list) { return !list->empty(); });
+  }
+
+  Project& project_;
+  std::map<u64, Cases> cases_;
+  std::map<u64, Cases> unique_;
+};
+
+/// The words of several transactions, of few edits each: some of them do nothing, or nothing but erase.
+rc::Gen<std::vector<std::vector<u64>>> transactions() {
+  return [](rc::Random random, int size) {
+    std::vector<std::vector<u64>> all(1 + static_cast<std::size_t>(size) / 2);
+    for (auto& words : all) {
+      words.resize(random.next() % 12);
+      for (auto& word : words) word = random.next();
+    }
+    return rc::shrinkable::shrinkRecur(std::move(all), [](auto const& some) { return rc::shrink::removeChunks(some); });
+  };
+}
+
+RC_GTEST_PROP(StatisticsProperty, AnswersAreThoseOfTheTableWhenItWasLastLookedAt, ()) {
+  CurrentProject const project;
+  Model model{*project};
+  std::vector<TransactionRecord> reports;
+  ScopedConnection const heard =
+      project->connectProjectChange([&](TransactionRecord const& report) { reports.push_back(report); });
+  for (auto const& words : *transactions()) {
+    reports.clear();
+    transact(*project, [&](Project& p) {
+      test::RandomEdits edits{p};
+      for (u64 const word : words) {
+        edits.make(word >> 8);
+        auto const variables = p.variables();
+        model.ask(variables[word / 2 % variables.size()].id(), word % 2 == 0);
+      }
+    });
+    model.end(reports);
+    if (words.size() % 4 == 0) model.askAll();
+  }
+}
+
+/// A project with a variable of these cells.
+struct Table {
+  CurrentProject project;
+  u64 variable;
+
+  Table(VariableDataType type, std::vector<Variant> const& cells) {
+    transact(*project, [&](Project& p) {
+      variable = p.addVariable("v", {}, type, {}).id();
+      for (auto const& cell : cells) p.setRow(p.addRecord().id(), {nextId(), cell});
+    });
+  }
+
+  /// A case identifier: 1, 2, ...
+  Variant nextId() { return Variant{++ids_, Variant::UnsignedInteger}; }
+
+  /// Writes the cells of a row, whatever their types.
+  void set(u64 row, Variant const& id, Variant const& cell) {
+    project->setRow(project->records()[row].id(), {id, cell});
+  }
+
+ private:
+  std::uint32_t ids_ = 0;
+};
+
+bool isSame(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+TEST(Statistics, TheRangeIsThatOfTheNumbers) {
+  auto const whole = [](u64 word) { return Variant::ofWord(word, Variant::UnsignedInteger); };
+  constexpr double most = std::numeric_limits<double>::max();
+  struct Case {
+    char const* name;
+    VariableDataType type;
+    std::vector<Variant> cells;
+    std::pair<double, double> range;
+  };
+  for (auto const& [name, type, cells, range] : std::vector<Case>{
+           {"empty", Variant::FloatingPoint, {}, {nan, nan}},
+           {"empty, whole", Variant::UnsignedInteger, {}, {nan, nan}},
+           {"one", Variant::FloatingPoint, {-1.5}, {-1.5, -1.5}},
+           {"missing ones do not count", Variant::FloatingPoint, {{}, 2.0, Variant::nan(), 3.0}, {2, 3}},
+           {"nothing but missing ones", Variant::FloatingPoint, {{}, Variant::nan()}, {nan, nan}},
+           {"texts do not count, whole numbers do", Variant::FloatingPoint, {"9", whole(7), 8.0}, {7, 8}},
+           {"infinities", Variant::FloatingPoint, {inf, -inf}, {-inf, inf}},
+           {"only infinity", Variant::FloatingPoint, {inf}, {most, inf}},
+           {"only the largest", Variant::FloatingPoint, {most}, {most, most}},
+           {"nulls are 0 among whole numbers", Variant::UnsignedInteger, {whole(5), {}, whole(9)}, {0, 9}},
+           {"whole numbers have no sign", Variant::UnsignedInteger, {whole(~u64{0}), whole(3)}, {3, 0x1p64}},
+           {"cells are cut to whole numbers", Variant::UnsignedInteger, {2.9, -4.0, "text"}, {0, 2}},
+       }) {
+    Table const table{type, cells};
+    auto const found = table.project->variableRange(table.variable);
+    EXPECT_TRUE(isSame(found.first, range.first) && isSame(found.second, range.second))
+        << name << ": " << found.first << ' ' << found.second;
+  }
+  for (auto const type : {Variant::Null, Variant::String})
+    EXPECT_EQ(refusalOf([&] {
+                Table const table{type, {}};
+                return table.project->variableRange(table.variable);
+              }),
+              "variableRange called on a non-numeric variable (true)");
+}
+
+TEST(Statistics, InAnOpenTransactionOnlyTheRangeIsThatOfTheTable) {
+  Table table{Variant::FloatingPoint, {1.0, 2.0}};
+  auto const variable = table.project->lockVariable(table.variable);
+  transact(*table.project, [&](Project&) {
+    table.set(0, table.nextId(), 5.0);
+    EXPECT_EQ(variable.uniqueValues(), (std::vector<Variant>{1.0, 2.0}));
+    EXPECT_EQ(variable.caseIDs(1.0), (std::set<u64>{1}));
+    EXPECT_EQ(variable.valueCount(5.0), 0U);
+    EXPECT_EQ(variable.range(), (std::pair{2.0, 5.0}));
+  });
+  EXPECT_EQ(variable.uniqueValues(), (std::vector<Variant>{2.0, 5.0}));
+  EXPECT_EQ(variable.caseIDs(5.0), (std::set<u64>{3}));
+}
+
+TEST(Statistics, RowsOfOneCaseIdentifierCountOnce) {
+  Table table{Variant::FloatingPoint, {{}, {}, Variant::nan(), 4.0, 4.0}};
+  EXPECT_EQ(table.project->variableNumNullValues(table.variable), 3U);
+  EXPECT_EQ(table.project->variableCaseIDs(table.variable, 4.0), (std::set<u64>{4, 5}));
+  transact(*table.project, [&](Project&) {
+    Variant const id{9, Variant::UnsignedInteger};
+    table.set(0, id, {}), table.set(1, id, {}), table.set(2, id, Variant::nan());
+    table.set(3, id, 4.0), table.set(4, id, 4.0);
+  });
+  EXPECT_EQ(table.project->variableNumNullValues(table.variable), 2U);  // one case is null, and one is NaN
+  EXPECT_EQ(table.project->variableCaseIDs(table.variable, 4.0), (std::set<u64>{9}));
+}
+
+TEST(Statistics, NothingIsKnownOfAProjectThatWasEmptied) {
+  for (auto const empty : {&Project::resetProject, &Project::clearEntireProjectWithoutSignal}) {
+    Table const table{Variant::FloatingPoint, {1.0}};
+    EXPECT_FALSE(table.project->variableUniqueValues(table.variable).empty());
+    ((*table.project).*empty)();
+    auto& project = *table.project;
+    u64 const gone = table.variable;
+    EXPECT_EQ(refusalOf([&] { return project.variableUniqueValues(gone); }), test::unknownEntity);
+    EXPECT_EQ(refusalOf([&] { return project.variableValueCount(gone, 1.0); }), test::unknownEntity);
+    EXPECT_EQ(refusalOf([&] { return project.variableCaseIDs(gone, 1.0); }), test::unknownEntity);
+    EXPECT_EQ(refusalOf([&] { return project.variableNumNullValues(gone); }), test::unknownEntity);
+    EXPECT_EQ(refusalOf([&] { return project.variableRange(gone); }), test::unknownEntity);
+    EXPECT_TRUE(project.variableUniqueValues(1).empty());
+  }
+}
+
+TEST(Statistics, AreWorkedOutWhenAProjectWasRestored) {
+  Table const table{Variant::FloatingPoint, {1.0, 2.0}};
+  auto const checkpoint = table.project->checkpoint();
+  CurrentProject const copy{test::restored({checkpoint.block}, checkpoint.nextUid)};
+  transact(*copy, [&](Project& p) {
+    p.setRow(p.records().front().id(), {Variant{1, Variant::UnsignedInteger}, 7.0});
+    EXPECT_EQ(p.variableUniqueValues(table.variable), (std::vector<Variant>{1.0, 2.0}));
+  });
+}
+
+TEST(Statistics, ThatRanOutOfMemoryAreNeitherWrongNorInTheWayOfASignal) {
+  if (!test::runsOut(0, [] { ::operator delete(::operator new(1)); }))
+    GTEST_SKIP() << "the sanitizer's allocations cannot be made to fail";
+  Table table{Variant::FloatingPoint, {1.0, 2.0}};
+  int heard = 0;
+  int heardThoughItRanOut = 0;
+  auto const expectRight = [&] {
+    for (u64 const variable : {u64{1}, table.variable}) {
+      auto const cases = recount(*table.project, variable);
+      EXPECT_EQ(table.project->variableUniqueValues(variable), uniqueIn(cases));
+      EXPECT_EQ(table.project->variableCaseIDs(variable, 2.0), cases.contains(2.0) ? cases.at(2.0) : std::set<u64>{});
+    }
+  };
+  ScopedConnection const connection = table.project->connectProjectChange([&](auto const&) {
+    test::allocationsLeft = -1;
+    ++heard;
+    expectRight();
+  });
+  bool ranOut = true;
+  for (long count = 0; ranOut; ++count) {
+    auto transaction = table.project->startTransaction();
+    table.set(0, Variant{1, Variant::UnsignedInteger}, static_cast<double>(count));
+    heard = 0;
+    ranOut = test::runsOut(count, [&] { transaction.commit(); });
+    heardThoughItRanOut += ranOut && heard == 1;
+    expectRight();
+  }
+  EXPECT_GT(heardThoughItRanOut, 5);
+}
+
+TEST(Statistics, TheCountOfNullsIsTwoCountsOfValues) {
+  struct Counting : Project {
+    [[nodiscard]] u64 variableValueCount(u64, Variant const& value) const override { return value.isNull() ? 100 : 23; }
+  };
+  CurrentProject const project{std::make_unique<Counting>()};
+  EXPECT_EQ(project->variableNumNullValues(1), 123U);
+}
+
+}  // namespace
+}  // namespace casebook

@@ -1,0 +1,161 @@
+// Columns of every size and content, beside statistics in ordered containers.
+
+#include "derived/index_builder.h"
+#include "derived/variable_statistics.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <stdexcept>
+
+namespace casebook {
+namespace {
+
+using Column = std::vector<Variant>;
+using Random = std::mt19937_64;
+
+struct Content {
+  char const* name;
+  Variant (*value)(Random&);
+};
+
+double fraction(Random& random) { return std::uniform_real_distribution{}(random); }
+Variant whole(u64 word) { return Variant::ofWord(word, Variant::UnsignedInteger); }
+Variant bits(u64 word) { return Variant::ofWord(word, Variant::FloatingPoint); }
+
+/// Texts with bytes of every value, that begin alike and end anywhere.
+Variant text(Random& random, std::size_t sameBytes) {
+  std::string text(sameBytes, '/');
+  for (u64 left = random() % 12; left > 0; --left) text += static_cast<char>("\0a\x7f\xff"[random() % 4]);
+  return text;
+}
+
+constexpr Content contents[] = {
+    {"nulls", [](Random&) { return Variant{}; }},
+    {"numbers, few", [](Random& r) { return r() % 50 == 0 ? Variant{} : Variant{static_cast<double>(r() % 100)}; }},
+    {"numbers, just few enough", [](Random& r) { return Variant{static_cast<double>(r() % FewValues::most)}; }},
+    {"numbers, some", [](Random& r) { return Variant{static_cast<double>(r() % 5000) - 2500.0}; }},
+    {"numbers, distinct", [](Random& r) { return r() % 50 == 0 ? Variant{} : Variant{100.0 * fraction(r)}; }},
+    {"numbers, of any bits", [](Random& r) { return bits(r()); }},
+    {"numbers, close to each other but one",
+     [](Random& r) { return Variant{r() % 2000 == 0 ? -1e300 : 1.0 + 1e-9 * fraction(r)}; }},
+    {"zeros", [](Random& r) { return Variant{r() % 2 == 0 ? -0.0 : 0.0}; }},
+    {"whole numbers", [](Random& r) { return whole(r() >> r() % 64); }},
+    {"whole numbers, two bits apart", [](Random& r) { return whole((r() % 2 << 63) + (r() % 10'000)); }},
+    {"texts, few", [](Random& r) { return Variant{"centre " + std::to_string(r() % 20)}; }},
+    {"texts, distinct", [](Random& r) { return r() % 50 == 0 ? "none" : Variant{"note " + std::to_string(r())}; }},
+    {"texts, odd", [](Random& r) { return text(r, 0); }},
+    {"texts, long and alike", [](Random& r) { return text(r, 100 + r() % 2 * 7); }},
+    {"everything",
+     [](Random& r) -> Variant {
+       switch (r() % 5) {
+         case 0: return {};
+         case 1: return Variant::nan();
+         case 2: return whole(r() % 3000);
+         case 3: return static_cast<double>(r() % 3000);
+         default: return text(r, r() % 3);
+       }
+     }},
+};
+
+/// How case identifiers lie in the rows.
+constexpr Content identifiers[] = {
+    {"ascending", nullptr},
+    {"in any order", [](Random& r) { return whole(r()); }},
+    {"shared by rows", [](Random& r) { return whole(r() % 500); }},
+    {"not even numbers", [](Random& r) { return r() % 3 == 0 ? Variant{"x"} : Variant{1000.0 * fraction(r)}; }},
+};
+
+Column makeColumn(Content const& content, std::size_t rows, Random& random) {
+  Column column(rows);
+  for (std::size_t row = 0; row < rows; ++row) column[row] = content.value ? content.value(random) : whole(10 * row);
+  return column;
+}
+
+using Cases = std::map<Variant, std::set<u64>>;
+
+Cases recount(Column const& column, Column const& ids) {
+  Cases cases;
+  for (std::size_t row = 0; row < column.size(); ++row) cases[column[row]].insert(ids[row].longValue());
+  return cases;
+}
+
+void expectSame(ValueIndex const& index, Cases const& cases) {
+  Column distinct;
+  for (auto const& [value, ids] : cases) {
+    if (value != Variant{} && value != Variant::nan()) distinct.push_back(value);
+    ASSERT_EQ(index.caseIds(value), ids);
+    ASSERT_EQ(index.count(value), ids.size());
+  }
+  auto const found = index.values().all();
+  ASSERT_EQ(found, distinct);
+  for (std::size_t i = 0; i < found.size(); ++i) ASSERT_EQ(found[i].word(), distinct[i].word());  // -0.0 equals 0.0
+  for (auto const& absent : {Variant{0.123}, whole(77'777'777), Variant{"absent"}})
+    ASSERT_EQ(index.caseIds(absent).empty(), !cases.contains(absent));
+}
+
+TEST(ValueIndex, HoldsWhatOrderedContainersWould) {
+  Random random{20'240'229};
+  for (auto const& identifier : identifiers)
+    for (std::size_t const rows : {0U, 1U, 2U, 40U, 300U, 2'000U, 12'000U}) {
+      auto const ids = makeColumn(identifier, rows, random);
+      CaseOrder const order{ids};
+      IndexBuilder builder;
+      for (auto const& content : contents) {
+        SCOPED_TRACE(std::string{content.name} + ", identifiers " + identifier.name + ", " + std::to_string(rows));
+        auto const column = makeColumn(content, rows, random);
+        expectSame(builder.build(column, order), recount(column, ids));
+        if (HasFatalFailure()) return;
+      }
+    }
+}
+
+/// A store of columns, the first of which are the case identifiers.
+struct Columns {
+  Store store;
+
+  explicit Columns(std::vector<Column> columns) {
+    for (auto& column : columns) {
+      DataVariable variable{store.assignUid()};
+      variable.values = std::move(column);
+      store.variables.insert(std::move(variable));
+    }
+    store.caseId = &store.variables.at(1);
+  }
+};
+
+TEST(VariableStatistics, AreTheSameFromManyThreadsAndOnDemand) {
+  Random random{1};
+  std::vector<Column> columns;
+  columns.push_back(makeColumn(identifiers[2], 3'000, random));
+  for (auto const& content : contents) columns.push_back(makeColumn(content, 3'000, random));
+  Columns const table{columns};
+  VariableStatistics rebuilt{table.store};
+  VariableStatistics asked{table.store};
+  rebuilt.recompute();
+  for (u64 variable = 1; variable <= columns.size(); ++variable) {
+    auto const cases = recount(columns[variable - 1], columns.front());
+    ASSERT_EQ(rebuilt.uniqueValues(variable), asked.uniqueValues(variable));
+    for (auto const& [value, ids] : cases) {
+      ASSERT_EQ(rebuilt.caseIDs(variable, value), ids);
+      ASSERT_EQ(asked.caseIDs(variable, value), ids);
+    }
+  }
+}
+
+TEST(VariableStatistics, OfAColumnThatFailedAreEmptyAndOfTheOthersThere) {
+  for (std::size_t const rows : {2U, 30'000U}) {
+    Columns const table{{Column(rows, whole(1)), Column(rows + 1, 5.0), Column(rows, 6.0)}};
+    VariableStatistics statistics{table.store};
+    EXPECT_THROW(statistics.recompute(), std::out_of_range);
+    EXPECT_EQ(statistics.uniqueValues(2), Column{});
+    EXPECT_EQ(statistics.valueCount(2, 5.0), 0U);
+    EXPECT_EQ(statistics.uniqueValues(3), Column{6.0});
+    statistics.clear();
+    EXPECT_THROW(static_cast<void>(statistics.uniqueValues(2)), std::out_of_range);
+  }
+}
+
+}  // namespace
+}  // namespace casebook
