@@ -51,8 +51,7 @@ enum class MergeMethod : std::uint32_t;
 /// rebuild statistics end before the call returns.
 ///
 /// What is not built yet refuses with varnel::ExceptionBase("<operation> is not available in this version.", true):
-/// queries by tag or extension, imageTags, tags() and removeTags, and merging. Calculated variables are kept and not
-/// calculated.
+/// queries by tag or extension, imageTags, tags() and removeTags, and merging.
 ///
 /// One project is current at a time: `project()` answers it, and every handle counts its locks there. A host that
 /// wants its own instance (of this class, by `createProject`, or of one derived from it) sets `projectPtr` before it

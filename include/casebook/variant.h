@@ -80,6 +80,11 @@ class CASEBOOK_EXPORT Variant {
   /// The 8 bytes behind the type as they stand; 0 for texts, whose word means nothing outside the process.
   [[nodiscard]] u64 word() const noexcept { return type_ == String ? 0 : word_; }
 
+  /// Whether the values cannot be told apart: unlike with ==, -0.0 is not 0.0, and a NaN is itself alone.
+  [[nodiscard]] bool isIdentical(Variant const& other) const noexcept {
+    return type_ == other.type_ && (word_ == other.word_ || (type_ == String && *this == other));
+  }
+
   [[nodiscard]] friend bool operator==(Variant const& a, Variant const& b) noexcept { return (a <=> b) == 0; }
   [[nodiscard]] friend std::weak_ordering operator<=>(Variant const& a, Variant const& b) noexcept {
     return a.type_ != b.type_ ? std::weak_ordering{a.type_ <=> b.type_} : a.compareSameType(b);

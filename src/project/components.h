@@ -3,6 +3,7 @@
 #include "auxtags/aux_files.h"
 #include "auxtags/rules.h"
 #include "auxtags/tag_groups.h"
+#include "derived/calculation.h"
 #include "derived/variable_statistics.h"
 #include "project/transaction_end.h"
 #include "replay/replay.h"
@@ -24,10 +25,11 @@ struct Components {
   TagGroups tagGroups{store, recorder};
   VariableRules variableRules{store, recorder};
   PathRules pathRules{store, recorder};
+  Calculation calculation{store, table};
   VariableStatistics statistics{store};
   Deletion deletion{store, recorder, log, table};
   Replay replay{store, recorder, table, auxFiles, tagGroups, variableRules, pathRules, deletion};
-  TransactionEnd transactions{store, log, recorder, signals, caseIndex, statistics, deletion};
+  TransactionEnd transactions{store, log, recorder, signals, caseIndex, calculation, statistics, deletion};
 
   /// Back to the state of a new project; the depth of transactions and the slots stay.
   void restart() {

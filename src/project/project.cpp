@@ -82,7 +82,7 @@ void Project::restore(std::span<Journal::Transaction const> blocks, u64 nextUid)
   if (!isNew || parts.transactions.depth() != 0 || parts.signals.emitting())
     throw varnel::ExceptionBase{"Only a new project can be restored.", true};
   try {
-    restoreBlocks(parts.store, parts.recorder, parts.replay, blocks, nextUid);
+    restoreBlocks(parts.store, parts.recorder, parts.calculation, parts.replay, blocks, nextUid);
     parts.statistics.recompute();
   } catch (...) {
     parts.restart();

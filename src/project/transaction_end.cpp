@@ -50,7 +50,7 @@ void TransactionEnd::endOnce(FirstError& error) {
   ended_ = false;
   bool completed = error.guard([this] {
     deletion_.performDelayedErasures();
-    updateCalculatedValues();
+    calculation_.updateCalculatedValues();
     updateTagGroups();
   });
   auto const done = setAside();
@@ -100,9 +100,7 @@ void TransactionEnd::clearDerived() noexcept {
   statistics_.clear();
 }
 
-// Steps of later versions, each in its place.
-
-void TransactionEnd::updateCalculatedValues() {}
+// A step of a later version, in its place.
 
 void TransactionEnd::updateTagGroups() {}
 

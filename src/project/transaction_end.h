@@ -1,5 +1,6 @@
 #pragma once
 
+#include "derived/calculation.h"
 #include "derived/variable_statistics.h"
 #include "store/case_index.h"
 #include "transactions/deletion.h"
@@ -21,12 +22,13 @@ class TransactionEnd {
  public:
   /// All are borrowed.
   TransactionEnd(Store& store, ChangeLog& log, Recorder& recorder, Signals& signals, CaseIndex& caseIndex,
-                 VariableStatistics& statistics, Deletion& deletion)
+                 Calculation& calculation, VariableStatistics& statistics, Deletion& deletion)
       : store_{store},
         log_{log},
         recorder_{recorder},
         signals_{signals},
         caseIndex_{caseIndex},
+        calculation_{calculation},
         statistics_{statistics},
         deletion_{deletion} {}
 
@@ -48,7 +50,6 @@ class TransactionEnd {
   void emitTransactionSignals(ChangeLog const& done);
   void handOut();
 
-  void updateCalculatedValues();
   void updateTagGroups();
   void clearDerived() noexcept;
 
@@ -57,6 +58,7 @@ class TransactionEnd {
   Recorder& recorder_;
   Signals& signals_;
   CaseIndex& caseIndex_;
+  Calculation& calculation_;
   VariableStatistics& statistics_;
   Deletion& deletion_;
   OpenBlock asideBlock_;  // of the transaction that is ending, until it is handed out

@@ -2,6 +2,7 @@
 
 #include "store/property.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 
@@ -15,6 +16,15 @@ bool haveSameProperties(Entity const& a, Entity const& b) {
   return std::apply(same, properties::of<Entity>);
 }
 
+// Whether a variable ceases to be calculated, with the column as it was calculated last: the block does not hold it.
+bool keepsCalculated(Journal::Transaction const& block) {
+  return std::ranges::any_of(block.commands(), [](Journal::Command const& command) {
+    return command.code == Journal::VariableTypeSet &&
+           std::get<Variant>(Journal::fields(command).front().value).longValue() ==
+               static_cast<u64>(VariableType::Calculated);
+  });
+}
+
 }  // namespace
 
 // Where no UID was given out there is nothing but "Case ID" and the texts.
@@ -23,13 +33,14 @@ bool isFresh(Store const& store) {
          haveSameProperties(store.texts, ProjectTexts{});
 }
 
-void restoreBlocks(Store& store, Recorder& recorder, Replay& replay, std::span<Journal::Transaction const> blocks,
-                   u64 nextUid) {
+void restoreBlocks(Store& store, Recorder& recorder, Calculation& calculation, Replay& replay,
+                   std::span<Journal::Transaction const> blocks, u64 nextUid) {
   Recorder::Mute const mute{recorder};
   u64 number = 0;
   for (auto const& block : blocks) {
     ++number;
     try {
+      if (keepsCalculated(block)) calculation.updateCalculatedValues();
       replay.run(block, Journal::Direction::Forwards);
     } catch (std::bad_alloc const&) {
       throw;
@@ -38,6 +49,7 @@ void restoreBlocks(Store& store, Recorder& recorder, Replay& replay, std::span<J
     }
     store.formerStatusVariables.clear();
   }
+  calculation.updateCalculatedValues();
   store.nextUid = std::max(store.nextUid, nextUid);
 }
 

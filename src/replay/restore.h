@@ -1,5 +1,6 @@
 #pragma once
 
+#include "derived/calculation.h"
 #include "replay/replay.h"
 #include "transactions/recorder.h"
 
@@ -11,8 +12,9 @@ namespace casebook {
 [[nodiscard]] bool isFresh(Store const& store);
 
 /// Replays the blocks forwards into a fresh store, of which nobody hears, and raises the UID counter to `nextUid`.
+/// Calculates at the end, and before a block that keeps what was calculated.
 /// Throws Journal::RestoreError for a block that does not fit; the store then holds what came before.
-void restoreBlocks(Store& store, Recorder& recorder, Replay& replay, std::span<Journal::Transaction const> blocks,
-                   u64 nextUid);
+void restoreBlocks(Store& store, Recorder& recorder, Calculation& calculation, Replay& replay,
+                   std::span<Journal::Transaction const> blocks, u64 nextUid);
 
 }  // namespace casebook

@@ -88,7 +88,7 @@ void Table::takeStatusType(DataVariable& variable, VariableType type) {
 void Table::makeStatic(DataVariable& variable, std::vector<Variant> values) {
   if (variable.type != VariableType::Calculated) {
     for (auto const& record : store_.records.all())
-      if (cell(variable, record) != values[record.row]) setCell(variable, record, values[record.row]);
+      if (!cell(variable, record).isIdentical(values[record.row])) setCell(variable, record, values[record.row]);
     return;
   }
   sink_.take(MadeStatic{variable, values});

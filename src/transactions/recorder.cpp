@@ -2,6 +2,8 @@
 
 #include "store/table.h"
 
+#include <algorithm>
+
 namespace casebook {
 
 void Recorder::take(Change const& change) {
@@ -55,7 +57,7 @@ void Recorder::record(RecordErasure const& change) {
 
 void Recorder::record(MadeStatic const& change) {
   journal(Journal::VariableMadeStatic, StaticVariablePayload{change.variable.id, change.values});
-  log_.markValuesChanged();
+  if (!std::ranges::equal(change.values, change.variable.values, &Variant::isIdentical)) log_.markValuesChanged();
 }
 
 void Recorder::record(MadeCalculated const& change) {

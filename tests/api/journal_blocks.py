@@ -78,10 +78,11 @@ BLOCKS = [
         item(0x2006, "x", "y", 3),
         item(0x2007, "", "1+1", 3),
         item(0x2008, 1.5, "none", 3),
+        command(0x0000200A, u64(4), values(None)),  # its "x" is gone
     ),
     block(variable(5, "Case Status", ["Active"], "Active", 0, 3, 2), item(0x3003, "Active", "Inactive", 2)),
     block(item(0x3003, "Inactive", "Active", 2), item(0x3003, "Inactive", "Inactive", 2)),
-    block(cell(1, 77, 2, 1), cell(NAN, "z", 2, 3), cell(0.0, -0.0, 2, 4), cell("Inactive", "", 2, 5)),
+    block(cell(1, 77, 2, 1), cell(2.0, "z", 2, 3), cell(None, -0.0, 2, 4), cell("Inactive", "", 2, 5)),
     block(command(0x4001, u64(6), text("a\\b.png"), text("front"), u64(2)), command(0x3001, u64(7), u64(0))),
     block(command(0x5001, u64(8), text("*.dat"), u64(3)), item(0x5002, "*.dat", "?", 8), item(0x5003, 3, 4, 8)),
     block(command(0x6001, u64(9), text("*.png"), text("t")), item(0x6002, "*.png", "", 9), item(0x6003, "t", "u", 9)),
@@ -97,8 +98,8 @@ BLOCKS = [
     ),
     block(
         command(0x80004001, u64(6), text("a\\b.png"), text("front"), u64(2)),
-        command(0x80003002, u64(2), u64(1), u64(6), values(77, "z", -0.0, "")),
-        command(0x80003002, u64(7), u64(0), values(78, "none", 0.0, "Active")),
+        command(0x80003002, u64(2), u64(1), u64(6), values(77, 2.0, -0.0, "")),
+        command(0x80003002, u64(7), u64(0), values(78, 2.0, 0.0, "Active")),
     ),
 ]
 

@@ -45,7 +45,7 @@ TEST(JournalFormat, BlocksAreWhatTheFormatSays) {
   auto const last = Journal::fields(journal.commands().back());
   EXPECT_EQ(std::get<u64>(last[0].value), 7u);
   EXPECT_EQ(std::get<std::vector<Variant>>(last[2].value),
-            (std::vector<Variant>{{78u, Variant::UnsignedInteger}, "none", 0.0, "Active"}));
+            (std::vector<Variant>{{78u, Variant::UnsignedInteger}, 2.0, 0.0, "Active"}));
   EXPECT_EQ(refusalOf([] { return Journal::fields({0x4002, {}}); }), "Unknown journal command. (true)");
   EXPECT_FALSE(Journal::isChangeItem(0x4002));
 }

@@ -130,7 +130,7 @@ std::string wholeState(Project& project) {
 /// A project, and a host that stores what it is given and can step back and forth.
 class History {
  public:
-  History(Meetings& meetings, bool calculates) : meetings_{meetings}, calculates_{calculates} {}
+  explicit History(Meetings& meetings) : meetings_{meetings} {}
 
   /// The words up to the end of the transaction. One in eight gives up at the first edit that is refused.
   void run(std::span<u64 const> words) {
@@ -170,8 +170,7 @@ class History {
   void restore(std::span<u64 const> words) {
     auto const checkpoint = project_->checkpoint();
     auto const reopened = restored({checkpoint.block}, checkpoint.nextUid);
-    auto const replayed =
-        restored(calculates_ ? std::vector<Content>{checkpoint.block} : journal_.blocks, checkpoint.nextUid);
+    auto const replayed = restored(journal_.blocks, checkpoint.nextUid);
     auto const again = reopened->checkpoint();
     RC_ASSERT(again.block == checkpoint.block);
     RC_ASSERT(again.nextUid == checkpoint.nextUid);
@@ -207,24 +206,7 @@ class History {
     checkReport(report_, before, uidsOf(*project_));
     RC_ASSERT(journal_.blocks.size() <= blocks + 1);
     auto const block = journal_.blocks.size() == blocks ? Content{} : journal_.blocks.back();
-    if (calculates_) calculate();
     return block;
-  }
-
-  /// Writes cells of calculated variables as a calculation does, of which the journal does not tell.
-  void calculate() {
-    auto const blocks = journal_.blocks.size();
-    test::transact(*project_, [](Project& p) {
-      auto const variables = p.variables();
-      for (auto const record : p.records()) {
-        auto row = p.getRow(record.id());
-        for (std::size_t i = 0; i < row.size(); ++i)
-          if (p.variableType(variables[i].id()) == VariableType::Calculated)
-            row[i] = static_cast<double>(variables[i].id() * record.id());
-        p.setRow(record.id(), row);
-      }
-    });
-    journal_.blocks.resize(blocks);
   }
 
   /// False when an edit was refused, at which a strict host stops.
@@ -261,7 +243,6 @@ class History {
   }
 
   Meetings& meetings_;
-  bool calculates_;
   CurrentProject project_;
   BlockStore journal_{*project_};
   TransactionRecord report_;
@@ -275,7 +256,7 @@ TEST(UndoProperty, NothingIsEverLost) {
   Meetings meetings;
   EXPECT_TRUE(rc::check([&meetings] {
     Words const words = *histories();
-    History history{meetings, *rc::gen::arbitrary<bool>()};
+    History history{meetings};
     std::span<u64 const> last;
     try {
       for (auto begin = words.begin(); begin != words.end();) {

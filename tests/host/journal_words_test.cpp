@@ -32,6 +32,7 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
   t->setVariableDescription(mass, "in g");
   t->setVariableDefaultValue(mass, Variant{2.0});
   t->setVariableDataType(mass, Variant::String);
+  t->setVariableExpression(mass, "3");
   t->setVariableExpression(bmi, "2");
   t->setVariableType(bmi, VariableType::Ordinary);
   t->addAuxFile(first, "a.png", "photo");
@@ -53,6 +54,7 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
                            "variable \"Weight\": description \"\" -> \"in g\"",
                            "variable \"Weight\": default null -> 2",
                            "variable \"Weight\": type number -> text",
+                           "variable \"Weight\": expression \"\" -> \"3\"",
                            "variable \"BMI\": expression \"1\" -> \"2\"",
                            "variable \"BMI\": kind calculated -> ordinary",
                            "file \"a.png\" attached to case 1",

@@ -110,7 +110,8 @@ inline constexpr RandomEdit randomEdits[] = {
      }},
     {"addCalcVariable",
      [](Project& p, Choice& c) {
-       c.touch(p.addCalcVariable(c.oneOf({"a", "b"}), VariableNature{c(3)}, c.oneOf({"1", "a", "("})));
+       c.touch(
+           p.addCalcVariable(c.oneOf({"a", "b"}), VariableNature{c(3)}, c.oneOf({"1", "a + 1", "[Case ID] / 3", "("})));
      }},
     {"addTagGroup", [](Project& p, Choice& c) { c.touch(p.addTagGroup(c.oneOf({"g", "h", "i"}))); }},
     {"addPathRegex", [](Project& p, Choice& c) { c.touch(p.addPathRegex(c.oneOf({"*", "f?"}), c.oneOf({"t", "u"}))); }},
@@ -130,7 +131,10 @@ inline constexpr RandomEdit randomEdits[] = {
     {"setNature", [](Project& p, Choice& c) { p.setVariableNature(c.variable(), VariableNature{c(9)}); }},
     {"setVariableText", [](Project& p, Choice& c) { p.setVariableDescription(c.variable(), c.oneOf({"", "d", "e"})); }},
     {"setVariableName", [](Project& p, Choice& c) { p.setVariableName(c.variable(), c.oneOf({"a", "b", "c"})); }},
-    {"setExpression", [](Project& p, Choice& c) { p.setVariableExpression(c.variable(), c.oneOf({"2", "b", ")"})); }},
+    {"setExpression",
+     [](Project& p, Choice& c) {
+       p.setVariableExpression(c.variable(), c.oneOf({"2", "b * a", "coalesce(c, 5)", ")"}));
+     }},
     {"setDefaultValue", [](Project& p, Choice& c) { p.setVariableDefaultValue(c.variable(), c.value()); }},
     {"setFriendlyName", [](Project& p, Choice& c) { p.setFriendlyName(c.oneOf({"", "n", "m"})); }},
     {"setDescription", [](Project& p, Choice& c) { p.setDescription(c.oneOf({"", "n", "m"})); }},

@@ -1,0 +1,86 @@
+#include "derived/calculation.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace casebook {
+
+namespace {
+
+using expression::TargetedExpression;
+
+bool isCalculated(DataVariable const& variable) noexcept { return variable.type == VariableType::Calculated; }
+
+/// The equations of a table, as far as their texts are expressions.
+struct Compiled {
+  std::vector<TargetedExpression> equations;
+  std::vector<std::string> failed;  ///< names of the variables of the others
+};
+
+Compiled compile(EntityMap<DataVariable> const& variables) {
+  std::vector<std::string> names;
+  for (auto const& variable : variables.all()) names.push_back(variable.name);
+  Compiled compiled;
+  std::size_t column = 0;
+  for (auto const& variable : variables.all()) {
+    auto const target = column++;
+    if (!isCalculated(variable)) continue;
+    try {
+      compiled.equations.push_back({Expression{variable.expression, names}, target});
+    } catch (Expression::Error const&) {
+      compiled.failed.push_back(variable.name);
+    }
+  }
+  return compiled;
+}
+
+}  // namespace
+
+bool Calculation::Source::matches(DataVariable const& now) const noexcept {
+  return variable == now.id && name == now.name && expression.has_value() == isCalculated(now) &&
+         (!expression || *expression == now.expression);
+}
+
+void Calculation::updateCalculatedValues() {
+  if (!isCurrent()) renew();
+  if (plan_) evaluate();
+}
+
+// No plan is that of a table without calculated variables.
+bool Calculation::isCurrent() const noexcept {
+  if (!plan_) return std::ranges::none_of(store_.variables.all(), isCalculated);
+  return std::ranges::equal(plan_->sources, store_.variables.all(), &Source::matches);
+}
+
+void Calculation::renew() {
+  plan_.reset();
+  auto compiled = compile(store_.variables);
+  if (!compiled.failed.empty()) {
+    makeVariableStatic(compiled.failed);
+    compiled = compile(store_.variables);
+  }
+  if (compiled.equations.empty()) return;
+  std::vector<Source> sources;
+  for (auto const& variable : store_.variables.all())
+    sources.push_back(
+        {variable.id, variable.name, isCalculated(variable) ? std::optional{variable.expression} : std::nullopt});
+  expression::EquationPlan equations{std::move(compiled.equations)};
+  expression::EquationPlan::Scratch scratch{equations};
+  std::vector<Variant*> columns(sources.size());
+  plan_.emplace(std::move(sources), std::move(equations), std::move(scratch), std::move(columns));
+}
+
+void Calculation::makeVariableStatic(std::vector<std::string> const& names) {
+  for (auto const& name : names) {
+    for (auto& variable : store_.variables.all())
+      if (isCalculated(variable) && variable.name == name) table_.makeStatic(variable, variable.values);
+  }
+}
+
+void Calculation::evaluate() {
+  std::ranges::transform(store_.variables.all(), plan_->columns.begin(),
+                         [](DataVariable& variable) { return variable.values.data(); });
+  plan_->equations.evaluate(plan_->columns, 0, table_.rowCount(), plan_->scratch);
+}
+
+}  // namespace casebook

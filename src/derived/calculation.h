@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/expression/equation_plan.h"
+#include "store/table.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace casebook {
+
+/// Keeps the columns of the calculated variables at what their expressions give.
+class Calculation {
+ public:
+  /// Both are borrowed.
+  Calculation(Store& store, Table& table) : store_{store}, table_{table} {}
+
+  /// Works out every calculated variable. One whose expression is none is made static first, and with it every
+  /// calculated variable of its name; its column stays as it is. Of the results nobody is told.
+  void updateCalculatedValues();
+
+ private:
+  /// What the equations depend on, of one variable.
+  struct Source {
+    u64 variable;
+    std::string name;
+    std::optional<std::string> expression;  ///< of a calculated variable
+
+    [[nodiscard]] bool matches(DataVariable const& now) const noexcept;
+  };
+
+  /// The equations of the variables as they are in `sources`, which are all.
+  struct Plan {
+    std::vector<Source> sources;
+    expression::EquationPlan equations;
+    expression::EquationPlan::Scratch scratch;
+    std::vector<Variant*> columns;
+  };
+
+  [[nodiscard]] bool isCurrent() const noexcept;
+  void renew();
+  void makeVariableStatic(std::vector<std::string> const& names);
+  void evaluate();
+
+  Store& store_;
+  Table& table_;
+  std::optional<Plan> plan_;  // kept while the names, the expressions and the set of variables stay
+};
+
+}  // namespace casebook

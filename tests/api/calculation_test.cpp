@@ -1,0 +1,145 @@
+#include "support/current_project.h"
+#include "support/state.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+
+namespace casebook {
+namespace {
+
+using test::BlockStore;
+using test::CurrentProject;
+
+constexpr u64 first = 2;   // of the records
+constexpr u64 second = 3;  //
+constexpr u64 a = 4;       // the variables "a" and "b"
+constexpr u64 b = 5;
+
+class CalculationTest : public testing::Test {
+ protected:
+  CalculationTest() {
+    transact([](Project& p) {
+      p.addRecord(), p.addRecord();
+      p.addVariable("a", {}, Variant::FloatingPoint, 3.0), p.addVariable("b", {}, Variant::FloatingPoint, {});
+    });
+  }
+
+  void transact(std::function<void(Project&)> const& edits) { test::transact(*project_, edits); }
+  u64 calculated(std::string const& name, std::string const& expression) {
+    u64 uid = 0;
+    transact([&](Project& p) { uid = p.addCalcVariable(name, {}, expression).id(); });
+    return uid;
+  }
+  void set(u64 variable, u64 record, Variant const& value) {
+    transact(
+        [&](Project& p) { p.setValue(Variable{variable, NoLockRequired{}}, Record{record, NoLockRequired{}}, value); });
+  }
+  [[nodiscard]] Variant cell(u64 variable, u64 record = first) const {
+    return project_->value(Variable{variable, NoLockRequired{}}, Record{record, NoLockRequired{}});
+  }
+  [[nodiscard]] bool isCalculated(u64 variable) const {
+    return project_->variableType(variable) == VariableType::Calculated;
+  }
+  [[nodiscard]] std::size_t madeStatic() const {
+    auto const commands = journal_.commands();
+    return static_cast<std::size_t>(std::ranges::count(commands, Journal::VariableMadeStatic, &Journal::Command::code));
+  }
+
+  CurrentProject const project_;
+  BlockStore const journal_{*project_};
+};
+
+TEST_F(CalculationTest, FollowsItsInputsAtTheEndOfEachTransaction) {
+  auto const twice = calculated("twice", "a * 2");
+  auto const both = calculated("both", "twice + b");
+  EXPECT_EQ(cell(twice), Variant{6.0});
+  EXPECT_EQ(cell(both), Variant{});
+  transact([&](Project& p) {
+    p.setValue(Variable{b, NoLockRequired{}}, Record{first, NoLockRequired{}}, 0.5);
+    p.setValue(Variable{twice, NoLockRequired{}}, Record{first, NoLockRequired{}}, 99.0);
+    EXPECT_EQ(cell(both), Variant{});
+  });
+  EXPECT_EQ(cell(twice), Variant{6.0});
+  EXPECT_EQ(cell(both), Variant{6.5});
+  EXPECT_EQ(cell(both, second), Variant{});
+  auto const blocks = journal_.blocks.size();
+  transact([](Project&) {});
+  EXPECT_EQ(journal_.blocks.size(), blocks);
+}
+
+TEST_F(CalculationTest, VariablesOnACircleAreMissingAndDoNotDrift) {
+  auto const self = calculated("self", "self + 1");
+  auto const one = calculated("one", "coalesce(a, other)");
+  transact([](Project& p) {
+    p.addCalcVariable("other", {}, "one + 1"), p.addCalcVariable("behind", {}, "coalesce(one, 7)");
+  });
+  EXPECT_FALSE(isCalculated(one));  // there was no "other" then
+  transact([&](Project& p) { p.setVariableType(one, VariableType::Calculated); });
+  for (int k = 0; k < 2; ++k) {
+    EXPECT_EQ(cell(self), Variant{});
+    EXPECT_EQ(cell(one), Variant{});
+    EXPECT_EQ(cell(one + 1), Variant{});
+    EXPECT_EQ(cell(one + 2), Variant{7.0});
+    set(a, first, 4.0 + k);
+  }
+}
+
+TEST_F(CalculationTest, OfOneNameTheLowestIsReadAndEachHasItsOwnColumn) {
+  transact([](Project& p) {
+    p.addCalcVariable("b", {}, "a + 1");
+    p.addCalcVariable("c", {}, "a + 2"), p.addCalcVariable("c", {}, "a + 3");
+    p.addCalcVariable("d", {}, "coalesce(b, -1) + c");
+  });
+  EXPECT_EQ(cell(b), Variant{});
+  EXPECT_EQ(cell(b + 1), Variant{4.0});
+  EXPECT_EQ(cell(b + 2), Variant{5.0});
+  EXPECT_EQ(cell(b + 3), Variant{6.0});
+  EXPECT_EQ(cell(b + 4), Variant{4.0});
+}
+
+TEST_F(CalculationTest, WhatIsNoExpressionBecomesStaticAndKeepsItsValues) {
+  auto const ordinary = calculated("x", "a +");
+  EXPECT_FALSE(isCalculated(ordinary));
+  EXPECT_EQ(cell(ordinary), Variant{0.0});
+  EXPECT_EQ(madeStatic(), 1u);
+  for (auto const* text : {"", "nobody", "\"text\"", "a = 1"})
+    EXPECT_FALSE(isCalculated(calculated("y", text))) << text;
+
+  auto const x = calculated("x", "a * 10");
+  auto const namesake = calculated("x", "b + a");
+  auto const next = calculated("next", "a");
+  auto const before = madeStatic();
+  transact([](Project& p) { p.setVariableName(b, "gone"); });
+  EXPECT_FALSE(isCalculated(x) || isCalculated(namesake));
+  EXPECT_TRUE(isCalculated(next));
+  EXPECT_EQ(cell(x), Variant{30.0});
+  EXPECT_EQ(madeStatic(), before + 2);  // none for the "x" that was ordinary already
+  set(a, first, 1.0);
+  EXPECT_EQ(cell(x), Variant{30.0});
+
+  auto const renaming = journal_.blocks[journal_.blocks.size() - 2];
+  transact([&](Project& p) {
+    p.processJournalTransaction(Journal::Transaction{renaming, 0}, Project::Direction::Backwards);
+  });
+  EXPECT_TRUE(isCalculated(x) && isCalculated(namesake));
+  EXPECT_EQ(cell(x), Variant{10.0});
+}
+
+// Of a block that makes a calculated variable an ordinary one, the journal tells no values.
+TEST_F(CalculationTest, IsRepeatedWhereARestoredProjectNeedsIt) {
+  auto const kept = calculated("kept", "a * 2");
+  auto const last = calculated("last", "kept + 1");
+  set(a, first, 5.0);
+  transact([&](Project& p) { p.setVariableType(kept, VariableType::Ordinary); });
+  set(a, first, 6.0);
+  EXPECT_EQ(cell(kept), Variant{10.0});
+  auto const restored = test::restored(journal_.blocks, 0);
+  EXPECT_EQ(test::stateOf(*restored), test::stateOf(*project_));
+  EXPECT_EQ(cell(last), Variant{11.0});
+  EXPECT_EQ(restored->variableRange(last), project_->variableRange(last));
+}
+
+}  // namespace
+}  // namespace casebook
