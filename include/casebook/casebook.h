@@ -6,8 +6,10 @@
 #include <casebook/exception_base.h>
 #include <casebook/expression.h>
 #include <casebook/expression_executor.h>
+#include <casebook/filesystem.h>
 #include <casebook/journal.h>
 #include <casebook/journal_codes.h>
+#include <casebook/loader_description_depot.h>
 #include <casebook/merge.h>
 #include <casebook/project.h>
 #include <casebook/record.h>

@@ -1,42 +1,39 @@
 #include "auxtags/rules.h"
 
-#include "auxtags/wildcard.h"
+#include "platform/wildcard.h"
 #include "store/property.h"
 
 namespace casebook {
 
 namespace {
 
+constexpr auto const& expressionProperty(DataVariableRegex const&) { return properties::variableRegexExpression; }
+constexpr auto const& expressionProperty(DataPathRegex const&) { return properties::pathRegexExpression; }
+
 constexpr auto const& targetProperty(DataVariableRegex const&) { return properties::variableRegexTarget; }
 constexpr auto const& targetProperty(DataPathRegex const&) { return properties::pathRegexTarget; }
-
-constexpr std::uint32_t expressionCode(DataVariableRegex const&) { return Journal::VariableRegexExpressionSet; }
-constexpr std::uint32_t expressionCode(DataPathRegex const&) { return Journal::PathRegexExpressionSet; }
 
 }  // namespace
 
 template <class Target>
 DataRegex<Target>& Rules<Target>::insert(DataRegex<Target> rule) {
-  rule.compiled = compileWildcard(rule.expression);
   return create(store_, sink_, std::move(rule));
 }
 
 template <class Target>
 DataRegex<Target>& Rules<Target>::add(std::string const& expression, Target const& target) {
-  DataRegex<Target> rule;
+  checkWildcard(expression);
+  DataRegex<Target> rule{store_.assignUid()};
   rule.expression = expression;
-  rule.compiled = compileWildcard(expression);
   rule.target = target;
-  rule.id = store_.assignUid();
-  return create(store_, sink_, std::move(rule));
+  return insert(std::move(rule));
 }
 
 template <class Target>
 void Rules<Target>::setExpression(u64 uid, std::string const& expression) {
   auto& rule = store_.map<DataRegex<Target>>().at(uid);
-  auto compiled = compileWildcard(expression);
-  setProperty(sink_, rule, Property{expressionCode(rule), &DataRegex<Target>::expression}, expression);
-  rule.compiled.swap(compiled);
+  checkWildcard(expression);
+  setProperty(sink_, rule, expressionProperty(rule), expression);
 }
 
 template <class Target>

@@ -6,7 +6,8 @@
 
 namespace casebook {
 
-/// The rules: `Target` is the UID of a variable, or a tag. Patterns are compiled when they are set.
+/// The rules: `Target` is the UID of a variable, or a tag. Patterns are checked when they are set, as `checkWildcard`
+/// says, and not where they come from a stored block: matching takes any.
 template <class Target>
 class Rules {
  public:
@@ -14,7 +15,7 @@ class Rules {
   Rules(Store& store, ChangeSink& sink) : store_{store}, sink_{sink} {}
 
   DataRegex<Target>& add(std::string const& expression, Target const& target);
-  /// Puts a rule back under its UID; it need not be compiled.
+  /// Puts a rule back under its UID, unchecked.
   DataRegex<Target>& insert(DataRegex<Target> rule);
 
   void setExpression(u64 rule, std::string const& expression);

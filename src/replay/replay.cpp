@@ -153,10 +153,12 @@ void Replay::processChangeItemCommand(UndoData& data) {
       case CodeKind::Project: return setPropertyByCode(sink_, store_.texts, data.code, value);
       case CodeKind::Variable: return applyToVariable(item.uid, data.code, value);
       case CodeKind::Record: return applyToRecord(item.uid, data.code, value);
-      case CodeKind::VariableRegex: return applyToVariableRegex(item.uid, data.code, value);
-      case CodeKind::PathRegex: return applyToPathRegex(item.uid, data.code, value);
+      case CodeKind::VariableRegex:
+        return setPropertyByCode(sink_, store_.variableRegexs.at(item.uid), data.code, value);
+      case CodeKind::PathRegex: return setPropertyByCode(sink_, store_.pathRegexs.at(item.uid), data.code, value);
       case CodeKind::TagGroup:
-        if (data.code != Journal::TagAdded) return applyToTagGroup(item.uid, data.code, value);
+        if (data.code != Journal::TagAdded)
+          return setPropertyByCode(sink_, store_.tagGroups.at(item.uid), data.code, value);
         applyTag(item.uid, item.index, item.newValue.stringValue(), data.inverse);
         return true;
       case CodeKind::AuxFile: break;
@@ -180,23 +182,6 @@ bool Replay::applyToRecord(u64 uid, std::uint32_t code, Variant const& value) {
   if (!store_.statusVariable) refuse("A journal command sets a case status, and there is no Case Status variable.");
   table_.setStatus(store_.records.at(uid), value);
   return true;
-}
-
-bool Replay::applyToVariableRegex(u64 uid, std::uint32_t code, Variant const& value) {
-  if (code != Journal::VariableRegexExpressionSet)
-    return setPropertyByCode(sink_, store_.variableRegexs.at(uid), code, value);
-  variableRules_.setExpression(uid, value.stringValue());
-  return true;
-}
-
-bool Replay::applyToPathRegex(u64 uid, std::uint32_t code, Variant const& value) {
-  if (code != Journal::PathRegexExpressionSet) return setPropertyByCode(sink_, store_.pathRegexs.at(uid), code, value);
-  pathRules_.setExpression(uid, value.stringValue());
-  return true;
-}
-
-bool Replay::applyToTagGroup(u64 uid, std::uint32_t code, Variant const& value) {
-  return setPropertyByCode(sink_, store_.tagGroups.at(uid), code, value);
 }
 
 void Replay::applyTag(u64 group, u64 index, std::string const& tag, bool remove) {

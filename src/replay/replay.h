@@ -54,9 +54,6 @@ class Replay {
 
   [[nodiscard]] bool applyToVariable(u64 uid, std::uint32_t code, Variant const& value);
   [[nodiscard]] bool applyToRecord(u64 uid, std::uint32_t code, Variant const& value);
-  [[nodiscard]] bool applyToVariableRegex(u64 uid, std::uint32_t code, Variant const& value);
-  [[nodiscard]] bool applyToPathRegex(u64 uid, std::uint32_t code, Variant const& value);
-  [[nodiscard]] bool applyToTagGroup(u64 uid, std::uint32_t code, Variant const& value);
   void applyTag(u64 group, u64 index, std::string const& tag, bool remove);
 
   void requireFree(u64 uid) const;

@@ -3,8 +3,6 @@
 #include <casebook/variable_enums.h>
 #include <casebook/variant.h>
 
-#include <boost/regex.hpp>
-
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -67,7 +65,6 @@ struct DataRegex : DataBase {
   using DataBase::DataBase;
 
   std::string expression;
-  boost::regex compiled;  ///< shared on copy
   Target target{};
 };
 

@@ -33,8 +33,10 @@ inline constexpr Property variableName{Journal::VariableNameSet, &DataVariable::
 inline constexpr Property variableExpression{Journal::VariableExpressionSet, &DataVariable::expression};
 inline constexpr Property variableDefaultValue{Journal::VariableDefaultValueSet, &DataVariable::defaultValue};
 
+inline constexpr Property variableRegexExpression{Journal::VariableRegexExpressionSet, &DataVariableRegex::expression};
 inline constexpr Property variableRegexTarget{Journal::VariableRegexTargetSet, &DataVariableRegex::target};
 
+inline constexpr Property pathRegexExpression{Journal::PathRegexExpressionSet, &DataPathRegex::expression};
 inline constexpr Property pathRegexTarget{Journal::PathRegexTargetSet, &DataPathRegex::target};
 
 inline constexpr Property tagGroupName{Journal::TagGroupNameSet, &DataTagGroup::name};
@@ -49,9 +51,9 @@ inline constexpr std::tuple of<DataVariable>{variableDataType,    variableType, 
                                              variableDescription, variableName, variableExpression,
                                              variableDefaultValue};
 template <>
-inline constexpr std::tuple of<DataVariableRegex>{variableRegexTarget};
+inline constexpr std::tuple of<DataVariableRegex>{variableRegexExpression, variableRegexTarget};
 template <>
-inline constexpr std::tuple of<DataPathRegex>{pathRegexTarget};
+inline constexpr std::tuple of<DataPathRegex>{pathRegexExpression, pathRegexTarget};
 template <>
 inline constexpr std::tuple of<DataTagGroup>{tagGroupName};
 

@@ -111,7 +111,6 @@ void describe(Archive& archive, Entity& file) {
   archive("record", file.record);
 }
 
-// A rule is compiled by those who edit rules: its compiled form is no field.
 template <class Archive, class Entity>
   requires Describes<Entity, DataVariableRegex> || Describes<Entity, DataPathRegex>
 void describe(Archive& archive, Entity& rule) {
