@@ -2,6 +2,7 @@
 
 #include <casebook/connection.h>
 #include <casebook/export.h>
+#include <casebook/filesystem.h>
 #include <casebook/transaction.h>
 #include <casebook/variable_enums.h>
 #include <casebook/variant.h>
@@ -50,8 +51,8 @@ enum class MergeMethod : std::uint32_t;
 /// values and emits the signals. Everything happens on the host's thread; nothing is synchronised. Threads that help to
 /// rebuild statistics end before the call returns.
 ///
-/// What is not built yet refuses with varnel::ExceptionBase("<operation> is not available in this version.", true):
-/// queries by tag or extension, imageTags, tags() and removeTags, and merging.
+/// What is not built yet, merging, refuses with varnel::ExceptionBase("<operation> is not available in this version.",
+/// true).
 ///
 /// One project is current at a time: `project()` answers it, and every handle counts its locks there. A host that
 /// wants its own instance (of this class, by `createProject`, or of one derived from it) sets `projectPtr` before it
@@ -81,6 +82,9 @@ class CASEBOOK_EXPORT Project {
   /// call in any case and lives until statics are destroyed; not to be called after that. The first call may come
   /// from several threads at once.
   static Project const& project();
+
+  /// ".png", ".jpeg", ".jpg" and ".bmp".
+  [[nodiscard]] static FileExtensions const& imageExtensions();
 
   Project(Project const&) = delete;
   Project& operator=(Project const&) = delete;
@@ -116,12 +120,12 @@ class CASEBOOK_EXPORT Project {
   [[nodiscard]] virtual std::vector<WeakPtr<Regex<Variable>>> variableRegexs() const;
   [[nodiscard]] virtual std::vector<WeakPtr<Regex<std::string>>> pathRegexs() const;
   [[nodiscard]] virtual std::vector<WeakPtr<TagGroup>> tagGroups() const;
-  /// The record's files that carry any of the tags, a file once for each tag that it carries. An unknown record has
-  /// none.
+  /// The record's files that carry any of the tags, ascending, a file once for each tag that it carries. An unknown
+  /// record has none.
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFiles(u64 record, std::set<std::string> const& tags);
   /// The record's files in the order in which they were attached.
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFiles(u64 record);
-  /// All files that carry the tag.
+  /// All files that carry the tag, which they do as `auxFileHasTag` says.
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFiles(std::string const& tag);
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFiles();
   [[nodiscard]] virtual WeakPtr<Variable> getCaseIDColumn();
@@ -156,9 +160,17 @@ class CASEBOOK_EXPORT Project {
   [[nodiscard]] virtual std::vector<std::string> const& tags(u64 tagGroup) const;
   /// Every target of a path rule and every explicit tag of a file.
   [[nodiscard]] virtual std::set<std::string> tags();
-  /// The tags that image files carry, ascending.
+  /// The tags of image files, ascending: a tag that files have of their own when the first of them is an image file,
+  /// and what is claimed from the rules. One after the other, each image file without a tag of its own claims the
+  /// target of the first rule that matches it and that no file before it has claimed. When a transaction ends, every
+  /// group loses the tags that are not among these, through `removeTag`.
   [[nodiscard]] virtual std::vector<std::string> imageTags();
-  /// Erases the tags with the files that carry them and the rules that give them.
+  /// Takes the tags out of the groups that list them, each once, through `removeTag`, then requests the erasure of the
+  /// rules that give them and of the files that carry them. The change signal of the removals names the tags.
+  ///
+  /// Throws as the requests do; what was done before stays done. A file that carries two of the tags is requested
+  /// twice, which throws ("Attempted to delete the same data entity twice in a single transaction", true): a host
+  /// that wants both gone removes one in a transaction of its own, or erases the files itself.
   virtual void removeTags(std::set<std::string> const& tags);
   /// The group of this name; empty when there is none.
   [[nodiscard]] virtual WeakPtr<TagGroup> tagGroup(std::string const& name);
@@ -219,7 +231,8 @@ class CASEBOOK_EXPORT Project {
   /// Makes the record active or inactive. The first call creates the "Case Status" variable, in which every record
   /// is active; it stays when the record is then found to be unknown.
   virtual void activate(u64 record, bool active);
-  /// The record's files by kind, ascending; an unknown record has none.
+  /// The record's files by kind, ascending; an unknown record has none. `auxFilesNonImage` lists a file once for each
+  /// of the tags that it carries.
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFilesImage(u64 record);
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFiles3DX(u64 record);
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFilesNonImage(u64 record, std::set<std::string> const& tags);
@@ -252,10 +265,15 @@ class CASEBOOK_EXPORT Project {
   /// The path joined to the project's root path; as it is when it is absolute.
   [[nodiscard]] virtual std::string auxFilePath(u64 auxFile) const;
   [[nodiscard]] virtual WeakPtr<Record> auxFileRecord(u64 auxFile);
-  /// The explicit tag, or those of the path rules that match, ascending.
+  /// The explicit tag, or those of the path rules that match, ascending. A rule matches when its pattern matches some
+  /// stretch at the end of the path as it was given: "*.png", ".png" and "scan?.png" match "a/scan1.png".
   [[nodiscard]] virtual std::vector<std::string> auxFileTags(u64 auxFile);
+  /// Whether the path matches the `imageExtensions`, by `fileMatchesWildcards`.
   [[nodiscard]] virtual bool auxFileHasImageExtension(u64 auxFile) const;
+  /// The same with the extensions of the LoaderDescriptionDepot.
   [[nodiscard]] virtual bool auxFileHas3DXExtension(u64 auxFile) const;
+  /// Whether the tag is the explicit one or, where that is empty, one of those that rules give. The empty tag is
+  /// carried by every file without an explicit one.
   [[nodiscard]] virtual bool auxFileHasTag(u64 auxFile, std::string const& tag) const;
 
   // Locks. Handles and WeakPtr::lock use these; a host seldom does.

@@ -17,9 +17,9 @@ class CASEBOOK_EXPORT TagOperations {
  public:
   enum class AuxFileType : std::uint32_t { Image = 0, NonImage = 1 };
 
-  /// The tags of these cases' files of one type. Not available in this version: throws as Project says.
+  /// The tags of these cases' files of one type. A case identifier that names no record adds nothing.
   [[nodiscard]] virtual std::set<std::string> getTagsForCases(std::set<u64> const& caseIds, AuxFileType type);
-  /// Those of `tags` that no file of these cases carries. Not available in this version: throws as Project says.
+  /// Those of `tags` that no file of these cases carries, of whatever type.
   [[nodiscard]] virtual std::set<std::string> getUnusedTags(std::set<std::string> const& tags,
                                                             std::set<u64> const& caseIds);
   virtual ~TagOperations();

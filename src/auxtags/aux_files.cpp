@@ -8,6 +8,11 @@
 
 namespace casebook {
 
+FileExtensions const& imageExtensions() {
+  static FileExtensions const extensions{".png", ".jpeg", ".jpg", ".bmp"};
+  return extensions;
+}
+
 std::vector<DataAuxFile const*> AuxFiles::ofRecord(u64 record) const {
   std::vector<DataAuxFile const*> files;
   for (u64 const uid : store_.records.at(record).auxFiles) files.push_back(&store_.auxFiles.at(uid));

@@ -1,11 +1,16 @@
 #pragma once
 
+#include <casebook/filesystem.h>
+
 #include "store/change_sink.h"
 
 #include <string>
 #include <vector>
 
 namespace casebook {
+
+/// Those of image files.
+[[nodiscard]] FileExtensions const& imageExtensions();
 
 /// The files attached to records.
 class AuxFiles {

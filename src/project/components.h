@@ -1,8 +1,10 @@
 #pragma once
 
 #include "auxtags/aux_files.h"
+#include "auxtags/file_tags.h"
 #include "auxtags/rules.h"
 #include "auxtags/tag_groups.h"
+#include "auxtags/tag_removal.h"
 #include "derived/calculation.h"
 #include "derived/variable_statistics.h"
 #include "project/transaction_end.h"
@@ -18,7 +20,8 @@ struct Components {
   Store store;
   ChangeLog log;
   Signals signals;
-  Recorder recorder{log, signals};
+  StaleTags staleTags;
+  Recorder recorder{log, signals, staleTags};
   Table table{store, recorder};
   CaseIndex caseIndex{store};
   AuxFiles auxFiles{store, recorder};
@@ -27,9 +30,11 @@ struct Components {
   PathRules pathRules{store, recorder};
   Calculation calculation{store, table};
   VariableStatistics statistics{store};
+  FileTags fileTags{store, staleTags};
   Deletion deletion{store, recorder, log, table};
+  TagRemoval tagRemoval;
   Replay replay{store, recorder, table, auxFiles, tagGroups, variableRules, pathRules, deletion};
-  TransactionEnd transactions{store, log, recorder, signals, caseIndex, calculation, statistics, deletion};
+  TransactionEnd transactions{store, log, recorder, signals, caseIndex, calculation, statistics, deletion, tagRemoval};
 
   /// Back to the state of a new project; the depth of transactions and the slots stay.
   void restart() {
@@ -39,9 +44,12 @@ struct Components {
     recorder.block().restart();
     caseIndex.clear();
     statistics.clear();
+    fileTags.clear();
   }
 
-  Components() = default;
+  /// `removeTag` is the operation of the face, which a host may have overridden.
+  explicit Components(TagRemoval::RemoveTag removeTag)
+      : tagRemoval{store, fileTags, staleTags, deletion, log, std::move(removeTag)} {}
   Components(Components const&) = delete;
   Components& operator=(Components const&) = delete;
 };

@@ -22,7 +22,16 @@ void refuseInSlot(Signals const& signals) {
 
 }  // namespace
 
-Project::Project() : components_{std::make_unique<Components>()} {}
+namespace {
+
+/// Tags leave their groups through the operation of the face, which a derived class may override.
+std::unique_ptr<Components> componentsOf(Project& project) {
+  return std::make_unique<Components>([&project](u64 group, std::string const& tag) { project.removeTag(group, tag); });
+}
+
+}  // namespace
+
+Project::Project() : components_{componentsOf(*this)} {}
 
 Project::~Project() {
   Project* self = this;
@@ -92,7 +101,7 @@ void Project::restore(std::span<Journal::Transaction const> blocks, u64 nextUid)
 
 void Project::clearEntireProjectWithoutSignal() {
   refuseInSlot(components_->signals);
-  auto fresh = std::make_unique<Components>();
+  auto fresh = componentsOf(*this);
   fresh->transactions.continueAt(components_->transactions.depth());
   components_.swap(fresh);
 }

@@ -2,6 +2,7 @@
 
 #include <casebook/aux_file.h>
 #include <casebook/aux_file_collection.h>
+#include <casebook/loader_description_depot.h>
 #include <casebook/merge.h>
 #include <casebook/project.h>
 #include <casebook/record.h>
@@ -13,9 +14,34 @@
 #include "project/lists.h"
 #include "store/property.h"
 
+#include <algorithm>
+
 namespace casebook {
 
 using AuxFileList = std::vector<WeakPtr<AuxFile>>;
+
+namespace {
+
+/// The record's files, each as often as the count of it says; an unknown record has none.
+template <class Count>
+AuxFileList filesOf(Components const& parts, u64 record, Count const& countOf) {
+  AuxFileList list;
+  if (!parts.store.records.find(record)) return list;
+  for (auto const* file : parts.auxFiles.ofRecord(record))
+    list.insert(list.end(), countOf(*file), WeakPtr<AuxFile>{file->id});
+  return list;
+}
+
+std::size_t countTags(FileTags& fileTags, DataAuxFile const& file, std::set<std::string> const& tags) {
+  auto const carries = [&](std::string const& tag) { return fileTags.hasTag(file, tag); };
+  return static_cast<std::size_t>(std::ranges::count_if(tags, carries));
+}
+
+bool isImage(DataAuxFile const& file) { return fileMatchesWildcards(file.path, imageExtensions()); }
+
+FileExtensions loadableExtensions() { return LoaderDescriptionDepot::getInstance().extensions(); }
+
+}  // namespace
 
 std::vector<WeakPtr<Regex<Variable>>> Project::variableRegexs() const {
   return listOf<Regex<Variable>>(components_->store.variableRegexs);
@@ -25,17 +51,32 @@ std::vector<WeakPtr<Regex<std::string>>> Project::pathRegexs() const {
 }
 std::vector<WeakPtr<TagGroup>> Project::tagGroups() const { return listOf<TagGroup>(components_->store.tagGroups); }
 
-AuxFileList Project::auxFiles(u64, std::set<std::string> const&) { refuseUnavailable("auxFiles by tags"); }
+FileExtensions const& Project::imageExtensions() { return casebook::imageExtensions(); }
+
+AuxFileList Project::auxFiles(u64 record, std::set<std::string> const& tags) {
+  return filesOf(*components_, record, [&](auto const& file) { return countTags(components_->fileTags, file, tags); });
+}
 AuxFileList Project::auxFiles(u64 record) {
   AuxFileList list;
   for (auto const* file : components_->auxFiles.ofRecord(record)) list.emplace_back(file->id);
   return list;
 }
-AuxFileList Project::auxFiles(std::string const&) { refuseUnavailable("auxFiles by tag"); }
+AuxFileList Project::auxFiles(std::string const& tag) {
+  auto const files = components_->fileTags.filesWith(tag);
+  AuxFileList list;
+  for (u64 const uid : files) list.emplace_back(uid);
+  return list;
+}
 AuxFileList Project::auxFiles() { return listOf<AuxFile>(components_->store.auxFiles); }
-AuxFileList Project::auxFilesImage(u64) { refuseUnavailable("auxFilesImage"); }
-AuxFileList Project::auxFiles3DX(u64) { refuseUnavailable("auxFiles3DX"); }
-AuxFileList Project::auxFilesNonImage(u64, std::set<std::string> const&) { refuseUnavailable("auxFilesNonImage"); }
+AuxFileList Project::auxFilesImage(u64 record) { return filesOf(*components_, record, isImage); }
+AuxFileList Project::auxFiles3DX(u64 record) {
+  auto const extensions = loadableExtensions();
+  return filesOf(*components_, record, [&](auto const& file) { return fileMatchesWildcards(file.path, extensions); });
+}
+AuxFileList Project::auxFilesNonImage(u64 record, std::set<std::string> const& tags) {
+  return filesOf(*components_, record,
+                 [&](auto const& file) { return isImage(file) ? 0 : countTags(components_->fileTags, file, tags); });
+}
 
 WeakPtr<AuxFile> Project::addAuxFile(u64 record, std::string const& path, std::string const& tag) {
   return WeakPtr<AuxFile>{components_->auxFiles.add(record, path, tag).id};
@@ -47,10 +88,16 @@ WeakPtr<Record> Project::auxFileRecord(u64 auxFile) {
   return WeakPtr<Record>{components_->store.auxFiles.at(auxFile).record};
 }
 std::string Project::auxFileRawPath(u64 auxFile) const { return components_->store.auxFiles.at(auxFile).path; }
-std::vector<std::string> Project::auxFileTags(u64) { refuseUnavailable("auxFileTags"); }
-bool Project::auxFileHasImageExtension(u64) const { refuseUnavailable("auxFileHasImageExtension"); }
-bool Project::auxFileHas3DXExtension(u64) const { refuseUnavailable("auxFileHas3DXExtension"); }
-bool Project::auxFileHasTag(u64, std::string const&) const { refuseUnavailable("auxFileHasTag"); }
+std::vector<std::string> Project::auxFileTags(u64 auxFile) {
+  return components_->fileTags.tagsOf(components_->store.auxFiles.at(auxFile));
+}
+bool Project::auxFileHasImageExtension(u64 auxFile) const { return isImage(components_->store.auxFiles.at(auxFile)); }
+bool Project::auxFileHas3DXExtension(u64 auxFile) const {
+  return fileMatchesWildcards(components_->store.auxFiles.at(auxFile).path, loadableExtensions());
+}
+bool Project::auxFileHasTag(u64 auxFile, std::string const& tag) const {
+  return components_->fileTags.hasTag(components_->store.auxFiles.at(auxFile), tag);
+}
 void Project::eraseAuxFile(u64 auxFile) { components_->deletion.request<DataAuxFile>(auxFile); }
 
 WeakPtr<TagGroup> Project::addTagGroup(std::string const& name) {
@@ -69,9 +116,12 @@ void Project::insertTag(u64 tagGroup, std::string const& tag, u64 index) {
   components_->tagGroups.insertTag(tagGroup, tag, index);
 }
 void Project::removeTag(u64 tagGroup, std::string const& tag) { components_->tagGroups.removeTag(tagGroup, tag); }
-std::set<std::string> Project::tags() { refuseUnavailable("tags"); }
-std::vector<std::string> Project::imageTags() { refuseUnavailable("imageTags"); }
-void Project::removeTags(std::set<std::string> const&) { refuseUnavailable("removeTags"); }
+std::set<std::string> Project::tags() { return components_->fileTags.tags(); }
+std::vector<std::string> Project::imageTags() {
+  auto const tags = components_->fileTags.imageTags();
+  return {tags.begin(), tags.end()};
+}
+void Project::removeTags(std::set<std::string> const& tags) { components_->tagRemoval.removeTags(tags); }
 void Project::eraseTagGroup(u64 tagGroup) { components_->deletion.request<DataTagGroup>(tagGroup); }
 
 WeakPtr<Regex<Variable>> Project::addVariableRegex(std::string const& expression, Variable const& target) {

@@ -51,7 +51,7 @@ void TransactionEnd::endOnce(FirstError& error) {
   bool completed = error.guard([this] {
     deletion_.performDelayedErasures();
     calculation_.updateCalculatedValues();
-    updateTagGroups();
+    tagRemoval_.updateTagGroups();
   });
   auto const done = setAside();
   completed = completed && error.guard([&] { emitTransactionSignals(done); });
@@ -99,9 +99,5 @@ void TransactionEnd::clearDerived() noexcept {
   caseIndex_.clear();
   statistics_.clear();
 }
-
-// A step of a later version, in its place.
-
-void TransactionEnd::updateTagGroups() {}
 
 }  // namespace casebook

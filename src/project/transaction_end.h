@@ -1,5 +1,6 @@
 #pragma once
 
+#include "auxtags/tag_removal.h"
 #include "derived/calculation.h"
 #include "derived/variable_statistics.h"
 #include "store/case_index.h"
@@ -10,7 +11,7 @@ namespace casebook {
 
 /// The depth of open transactions, and what happens when the outermost ends:
 ///
-///   1. performDelayedErasures    2. updateCalculatedValues    3. updateTagGroups
+///   1. performDelayedErasures    2. updateCalculatedValues    3. TagRemoval::updateTagGroups
 ///   4. the log and the open block are set aside; what slots do from here on is a transaction of its own
 ///   5. emitTransactionSignals with what was set aside
 ///
@@ -22,7 +23,7 @@ class TransactionEnd {
  public:
   /// All are borrowed.
   TransactionEnd(Store& store, ChangeLog& log, Recorder& recorder, Signals& signals, CaseIndex& caseIndex,
-                 Calculation& calculation, VariableStatistics& statistics, Deletion& deletion)
+                 Calculation& calculation, VariableStatistics& statistics, Deletion& deletion, TagRemoval& tagRemoval)
       : store_{store},
         log_{log},
         recorder_{recorder},
@@ -30,7 +31,8 @@ class TransactionEnd {
         caseIndex_{caseIndex},
         calculation_{calculation},
         statistics_{statistics},
-        deletion_{deletion} {}
+        deletion_{deletion},
+        tagRemoval_{tagRemoval} {}
 
   void openLevel() noexcept { ++depth_; }
   /// At depth 0 it wraps, and nothing ends.
@@ -50,7 +52,6 @@ class TransactionEnd {
   void emitTransactionSignals(ChangeLog const& done);
   void handOut();
 
-  void updateTagGroups();
   void clearDerived() noexcept;
 
   Store& store_;
@@ -61,6 +62,7 @@ class TransactionEnd {
   Calculation& calculation_;
   VariableStatistics& statistics_;
   Deletion& deletion_;
+  TagRemoval& tagRemoval_;
   OpenBlock asideBlock_;  // of the transaction that is ending, until it is handed out
   u64 depth_ = 0;
   bool ended_ = false;    // a level fell to 0 and its end has not begun

@@ -52,6 +52,8 @@ class ChangeLog {
     dropItems(kind, uid);
   }
 
+  void keepRemovedTags(std::set<std::string> const& tags) { removedTags_.insert(tags.begin(), tags.end()); }
+
   void markValuesChanged() noexcept { valuesChanged_ = true; }
 
   [[nodiscard]] bool empty() const noexcept;

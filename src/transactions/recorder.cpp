@@ -7,7 +7,11 @@
 namespace casebook {
 
 void Recorder::take(Change const& change) {
-  if (!muted_) std::visit([this](auto const& which) { record(which); }, change);
+  auto const hear = [this](auto const& which) {
+    staleTags_.note(which);
+    if (!muted_) record(which);
+  };
+  std::visit(hear, change);
 }
 
 template <class Payload>

@@ -4,22 +4,24 @@
 #include "transactions/change_log.h"
 #include "transactions/payload.h"
 #include "transactions/signals.h"
+#include "transactions/stale_tags.h"
 
 namespace casebook {
 
 /// Hears of every change: keeps it in the log and, while the journal signal has a slot, as a command in the open
-/// block.
+/// block; notes which answers about tags it makes stale.
 class Recorder : public ChangeSink {
  public:
-  /// Borrows the log and the signals.
-  Recorder(ChangeLog& log, Signals const& signals) : log_{log}, signals_{signals} {}
+  /// All are borrowed.
+  Recorder(ChangeLog& log, Signals const& signals, StaleTags& staleTags)
+      : log_{log}, signals_{signals}, staleTags_{staleTags} {}
 
   void take(Change const& change) override;
 
   [[nodiscard]] bool journalling() const noexcept { return signals_.journal.connected(); }
   [[nodiscard]] OpenBlock& block() noexcept { return block_; }
 
-  /// While it lives the recorder hears of nothing: the state comes from stored blocks, and nobody is to be told.
+  /// While it lives nothing is kept or journalled: the state comes from stored blocks, and nobody is to be told.
   class Mute {
    public:
     explicit Mute(Recorder& recorder) noexcept : recorder_{recorder} { recorder_.muted_ = true; }
@@ -49,6 +51,7 @@ class Recorder : public ChangeSink {
 
   ChangeLog& log_;
   Signals const& signals_;
+  StaleTags& staleTags_;
   OpenBlock block_;
   SimpleSerializer scratch_;
   bool muted_ = false;

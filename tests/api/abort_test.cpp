@@ -28,7 +28,7 @@ class Abort : public testing::Test {
       p.addRecord();                                           // 2
       p.addVariable("v", {}, Variant::String, "x");            // 3
       p.addRecord();                                           // 4
-      p.addAuxFile(4, "f", "t");                               // 5
+      p.addAuxFile(4, "f.png", "t");                           // 5
       p.addTag(p.addTagGroup("g").id(), "t");                  // 6
       p.addPathRegex("*", "t");                                // 7
       p.addVariableRegex("*", Variable{3, NoLockRequired{}});  // 8
@@ -83,7 +83,7 @@ void eraseAll(Project& p) {
 }
 
 TEST_F(Abort, AfterAnEditRanOutOfMemoryLeavesNothing) {
-  std::set<std::string> const ofSteps{"setRow", "activate", "setCalculated"};
+  std::set<std::string> const ofSteps{"setRow", "activate", "setCalculated", "removeTags"};
   for (u64 kind = 0; kind < std::size(test::randomEdits); ++kind)
     for (u64 const word : {0u, 75u, 99'991u}) {
       SCOPED_TRACE(test::randomEdits[kind].name);
@@ -96,6 +96,8 @@ TEST_F(Abort, AfterAnEditRanOutOfMemoryLeavesNothing) {
 
 TEST_F(Abort, AfterTheEndRanOutOfMemoryLeavesNothing) {
   failInTurn(Failing::End, [](Project& p) { p.addRecord(), p.activate(2, false); }, eraseAll);
+  failInTurn(
+      Failing::End, [](Project& p) { p.addTag(6, "t"), p.addTag(6, "lost"); }, [](Project& p) { p.eraseRecord(4); });
 }
 
 TEST_F(Abort, AfterAReplayRanOutOfMemoryLeavesNothing) {

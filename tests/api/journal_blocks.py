@@ -87,12 +87,17 @@ BLOCKS = [
     block(command(0x5001, u64(8), text("*.dat"), u64(3)), item(0x5002, "*.dat", "?", 8), item(0x5003, 3, 4, 8)),
     block(command(0x6001, u64(9), text("*.png"), text("t")), item(0x6002, "*.png", "", 9), item(0x6003, "t", "u", 9)),
     block(command(0x7001, u64(10), text("G"), u64(0)), item(0x7002, "G", "", 10)),
-    block(item(0x7003, None, "a", 10, 0), item(0x7003, None, "b", 10, 0), item(0x7003, None, "a", 10, 2)),
-    block(item(0x80007003, None, "a", 10, 1)),
+    block(
+        item(0x7003, None, "front", 10, 0),
+        item(0x7003, None, "b", 10, 0),
+        item(0x7003, None, "front", 10, 2),
+        item(0x80007003, None, "b", 10, 0),  # no image file carries it
+    ),
+    block(item(0x80007003, None, "front", 10, 0)),
     block(variable(11, "w", ["p", "p"], "p", 0, 3, 0)),
     block(
         variable(11, "w", ["p", "p"], "p", 0, 3, 0, code=0x80002001),
-        command(0x80007001, u64(10), text(""), u64(2), text("b"), text("a")),
+        command(0x80007001, u64(10), text(""), u64(1), text("front")),
         command(0x80006001, u64(9), text(""), text("u")),
         command(0x80005001, u64(8), text("?"), u64(4)),
     ),

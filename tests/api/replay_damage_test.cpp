@@ -178,6 +178,7 @@ TEST(Replay, TellsWhatDoesNotFit) {
   };
   CurrentProject const project;
   project->addRecord();
+  project->addAuxFile(2, "f.png", "t");
   project->addTag(project->addTagGroup("g").id(), "t");
   auto const before = stateOf(*project);
   for (auto const& [code, first, size, refusal] : rows) {

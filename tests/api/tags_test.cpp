@@ -1,15 +1,30 @@
+#include "support/listener.h"
 #include "support/state.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
 #include <tuple>
 
 namespace casebook {
 namespace {
 
 using test::CurrentProject;
+using test::Lines;
+using test::Listener;
 using test::refusalOf;
 using test::stateOf;
+using test::transact;
+
+using Tags = std::vector<std::string>;
+using TagSet = std::set<std::string>;
+
+std::vector<u64> uidsOf(std::vector<WeakPtr<AuxFile>> const& files) {
+  std::vector<u64> uids;
+  for (auto const file : files) uids.push_back(file.id());
+  return uids;
+}
 
 TEST(AuxFiles, AreOnceForEachRecordPathAndTag) {
   CurrentProject const project;
@@ -78,6 +93,276 @@ TEST(TagGroups, AndRulesRefuseWhatDoesNotFit) {
   EXPECT_EQ(stateOf(p), before);
   p.resetProject();
   EXPECT_EQ(refusalOf([&] { p.addVariableRegex("*", target); }), test::unknownEntity) << "the variable is gone";
+}
+
+TEST(AuxFiles, AreClassifiedByTheEndOfTheirNames) {
+  CurrentProject const project;
+  project->addRecord();
+  std::tuple<char const*, bool, bool> const rows[] = {
+      {"a.png", true, false},        {"A.PNG", true, false},       {"x/b.JpEg", true, false},
+      {"c:\\d\\e.Bmp", true, false}, {".jpg", true, false},        {"a.png.txt", false, false},
+      {"a.png/b", false, false},     {"a.png\\b", false, false},   {"a.pngx", false, false},
+      {"apng", false, false},        {"", false, false},           {"brain.nii.GZ", false, true},
+      {"brain.gz", false, false},    {"x.png/m.stl", false, true}, {"m.PLY", false, true}};
+  for (auto const& [path, image, loadable] : rows) {
+    auto const file = project->addAuxFile(2, path, "").lock();
+    EXPECT_EQ(file.isImageFile(), image) << path;
+    EXPECT_EQ(file.is3DXFile(), loadable) << path;
+  }
+  EXPECT_EQ(uidsOf(WeakPtr<Record>{2}.lock().auxFilesImage()), (std::vector<u64>{3, 4, 5, 6, 7}));
+  EXPECT_EQ(uidsOf(WeakPtr<Record>{2}.lock().auxFiles3DX()), (std::vector<u64>{14, 16, 17}));
+  EXPECT_EQ(Project::imageExtensions(), (FileExtensions{".png", ".jpeg", ".jpg", ".bmp"}));
+  EXPECT_TRUE(Project::imageExtensions().contains(".JPEG"));
+  for (auto const* entry : {"*.tar.gz", ".gz", "S?AN*", ""})
+    EXPECT_TRUE(fileMatchesWildcards("d/scan.TAR.gz", {entry}));
+  for (auto const* entry : {"*.tar", "d/*", "s?can*"}) EXPECT_FALSE(fileMatchesWildcards("d/scan.TAR.gz", {entry}));
+  EXPECT_FALSE(fileMatchesWildcards("d/scan.TAR.gz", {}));
+}
+
+TEST(LoaderDescriptionDepot, TellsWhatItsLoadersLoadWhileOthersAddToThem) {
+  auto& depot = LoaderDescriptionDepot::getInstance();
+  auto const before = depot.extensions();
+  std::atomic<bool> done{false};
+  std::jthread const reader{[&] {
+    while (!done) EXPECT_EQ(depot.extensions().contains(".one"), depot.extensions().size() > before.size());
+  }};
+  done = true;
+  CurrentProject const project;
+  project->addRecord();
+  auto const file = project->addAuxFile(2, "a.TWO", "").lock();
+  for (int i = 0; i < 100; ++i) {
+    depot.add({"Ours", {".one", ".two"}});
+    EXPECT_TRUE(file.is3DXFile());
+    depot.add({"Ours", {".one"}});
+    EXPECT_FALSE(file.is3DXFile());
+    EXPECT_EQ(depot.extensions().size(), before.size() + 1);
+    EXPECT_EQ(std::ranges::count(depot.descriptions(), "Ours", &LoaderDescription::name), 1);
+    EXPECT_TRUE(depot.remove("Ours"));
+    EXPECT_FALSE(depot.remove("Ours"));
+  }
+  EXPECT_EQ(depot.extensions(), before);
+}
+
+TEST(PathRules, MatchAStretchAtTheEndOfThePath) {
+  CurrentProject const project;
+  project->addRecord();
+  auto const rule = project->addPathRegex("", "t").id();
+  std::tuple<char const*, char const*, bool> const rows[] = {{"*.png", "d/a.png", true},
+                                                             {"*.PNG", "a.png", false},
+                                                             {"images", "C:\\data\\images", true},
+                                                             {"images", "C:\\images\\a", false},
+                                                             {"a.b", "a.b", true},
+                                                             {"a.b", "axb", false},
+                                                             {"a?b", "axb", true},
+                                                             {"a?b", "ab", false},
+                                                             {"d\\*.png", "c:\\d\\e.png", true},
+                                                             {"d\\n", "d\n", false},
+                                                             {"[ab]+(c|d){2}^$", "x[ab]+(c|d){2}^$", true},
+                                                             {"[ab]", "a", false},
+                                                             {"", "anything", true},
+                                                             {"*", "", true},
+                                                             {"?", "", false}};
+  for (auto const& [expression, path, matches] : rows) {
+    project->setPathRegexExpression(rule, expression);
+    EXPECT_EQ(project->addAuxFile(2, path, "").lock().hasTag("t"), matches) << expression << " at " << path;
+  }
+}
+
+/// A record with files of several tags.
+class TaggedFiles : public testing::Test {
+ protected:
+  TaggedFiles() {
+    transact(*project_, [](Project& p) {
+      p.addRecord(), p.addRecord();         // 2 and 3
+      p.addPathRegex("*.png", "photo");     // 4
+      p.addPathRegex("front*", "front");    // 5
+      p.addPathRegex("*f*.png", "photo");   // 6
+      p.addAuxFile(2, "front.png", "");     // 7
+      p.addAuxFile(2, "front.png", "own");  // 8
+      p.addAuxFile(3, "back.png", "");      // 9
+      p.addAuxFile(2, "front.txt", "");     // 10
+      p.addAuxFile(2, "notes.txt", "own");  // 11
+    });
+  }
+
+  CurrentProject const project_;
+};
+
+TEST_F(TaggedFiles, CarryTheirOwnTagOrThoseOfTheRules) {
+  std::pair<u64, Tags> const rows[] = {
+      {7, {"front", "photo"}}, {8, {"own"}}, {9, {"photo"}}, {10, {"front"}}, {11, {"own"}}};
+  for (auto const& [file, tags] : rows) {
+    EXPECT_EQ(project_->auxFileTags(file), tags) << file;
+    for (auto const* tag : {"front", "photo", "own", "o", ""})
+      EXPECT_EQ(project_->auxFileHasTag(file, tag),
+                std::ranges::find(tags, tag) != tags.end() || (*tag == 0 && tags.front() != "own"))
+          << file << tag;
+  }
+  EXPECT_EQ(refusalOf([&] { return project_->auxFileTags(2); }), test::unknownEntity);
+  EXPECT_EQ(refusalOf([&] { return project_->auxFileHasTag(12, ""); }), test::unknownEntity);
+  EXPECT_EQ(project_->tags(), (TagSet{"front", "own", "photo"}));
+
+  auto const copy = createProject();
+  EXPECT_EQ(copy->tags(), TagSet{});
+  auto const checkpoint = project_->checkpoint();
+  Journal::Transaction const blocks[] = {{checkpoint.block, 0}};
+  copy->restore(blocks, checkpoint.nextUid);
+  EXPECT_EQ(copy->tags(), project_->tags()) << "though they had been asked for";
+}
+
+TEST_F(TaggedFiles, AreListedOnceForEachTag) {
+  using Uids = std::vector<u64>;
+  std::tuple<u64, TagSet, Uids, Uids> const rows[] = {{2, {"front", "photo"}, {7, 7, 10}, {10}},
+                                                      {2, {"own"}, {8, 11}, {11}},
+                                                      {3, {"front", "own"}, {}, {}},
+                                                      {2, {"", "front", "photo"}, {7, 7, 7, 10, 10}, {10, 10}},
+                                                      {2, {}, {}, {}},
+                                                      {99, {"own"}, {}, {}}};
+  for (auto const& [record, tags, all, nonImages] : rows) {
+    EXPECT_EQ(uidsOf(project_->auxFiles(record, tags)), all);
+    EXPECT_EQ(uidsOf(project_->auxFilesNonImage(record, tags)), nonImages);
+  }
+  EXPECT_EQ(uidsOf(project_->auxFiles("photo")), (Uids{7, 9}));
+  EXPECT_EQ(uidsOf(project_->auxFiles("")), (Uids{7, 9, 10}));
+  EXPECT_EQ(uidsOf(project_->auxFilesImage(99)), Uids{});
+  EXPECT_EQ(uidsOf(project_->auxFiles3DX(99)), Uids{});
+  EXPECT_EQ(refusalOf([&] { return project_->auxFiles(99); }), test::unknownEntity);
+}
+
+TEST_F(TaggedFiles, AnswerForASelectionOfCases) {
+  TagOperations operations;
+  using Type = TagOperations::AuxFileType;
+  std::tuple<std::set<u64>, TagSet, TagSet, TagSet> const rows[] = {
+      {{1}, {"front", "own", "photo"}, {"front", "own"}, {"x"}},
+      {{2}, {"photo"}, {}, {"front", "own", "x"}},
+      {{1, 2, 3}, {"front", "own", "photo"}, {"front", "own"}, {"x"}},
+      {{77}, {}, {}, {"front", "own", "photo", "x"}},
+      {{}, {}, {}, {"front", "own", "photo", "x"}}};
+  for (auto const& [cases, images, others, unused] : rows) {
+    EXPECT_EQ(operations.getTagsForCases(cases, Type::Image), images);
+    EXPECT_EQ(operations.getTagsForCases(cases, Type::NonImage), others);
+    EXPECT_EQ(operations.getTagsForCases(cases, Type{2}), TagSet{});
+    EXPECT_EQ(operations.getUnusedTags({"front", "own", "photo", "x"}, cases), unused);
+  }
+  EXPECT_TRUE(project_->isCompletelyUnlocked());
+  auto const group = project_->addTagGroup("g");
+  EXPECT_TRUE(TagGroupNameIs{"g"}(group));
+  EXPECT_FALSE(TagGroupNameIs{"G"}(group));
+  project_->resetProject();
+  EXPECT_FALSE(TagGroupNameIs{"g"}(group));
+}
+
+// Each row: files as path and own tag, rules as pattern and target, and the tags of image files.
+TEST(ImageTags, AreClassifiedByTheFirstFileAndClaimedOnce) {
+  using Pairs = std::vector<std::pair<char const*, char const*>>;
+  std::tuple<Pairs, Pairs, Tags> const rows[] = {
+      {{{"a.png", "t"}, {"b.txt", "t"}}, {}, {"t"}},
+      {{{"a.txt", "t"}, {"b.png", "t"}}, {}, {}},
+      {{{"a.txt", "t"}, {"b.png", ""}}, {{"*", "t"}}, {"t"}},
+      {{{"a.txt", ""}}, {{"*", "t"}}, {}},
+      {{{"a.png", ""}}, {{"*", "t"}, {"*", "u"}}, {"t"}},
+      {{{"a.png", ""}, {"b.png", ""}}, {{"*", "t"}, {"*", "u"}, {"*", "v"}}, {"t", "u"}},
+      {{{"a.png", ""}, {"b.png", ""}}, {{"*", "z"}, {"a*", "u"}}, {"z"}},
+      {{{"b.png", ""}, {"a.png", ""}}, {{"*", "z"}, {"a*", "u"}}, {"u", "z"}},
+      {{{"a.png", ""}, {"b.png", ""}}, {{"*", "t"}, {"*", "t"}}, {"t"}},
+      {{{"a.png", "t"}, {"b.png", ""}}, {{"a*", "u"}}, {"t"}},
+  };
+  for (auto const& [files, rules, images] : rows) {
+    CurrentProject const project;
+    project->addRecord();
+    for (auto const& [path, tag] : files) project->addAuxFile(2, path, tag);
+    for (auto const& [pattern, tag] : rules) project->addPathRegex(pattern, tag);
+    EXPECT_EQ(project->imageTags(), images);
+  }
+}
+
+/// Counts what its groups lose.
+struct CountingProject final : Project {
+  void removeTag(u64 group, std::string const& tag) override {
+    calls.push_back(std::to_string(group) + tag);
+    Project::removeTag(group, tag);
+  }
+  Tags calls;
+};
+
+TEST(TagGroups, LoseWhatNoImageFileCarriesThroughTheOperationOfTheProject) {
+  auto owned = std::make_unique<CountingProject>();
+  auto& calls = owned->calls;
+  CurrentProject const project{std::move(owned)};
+  test::BlockStore const journal{*project};
+  auto& p = *project;
+  transact(p, [](Project& q) {
+    q.addRecord();                     // 2
+    q.addAuxFile(2, "a.png", "");      // 3
+    q.addAuxFile(2, "b.txt", "text");  // 4
+    q.addTagGroup("g"), q.addTagGroup("h");
+    q.addPathRegex("*", "photo");
+    for (auto const* tag : {"x", "photo", "text", "x", "photo"}) q.addTag(6, tag), q.addTag(5, "photo");
+  });
+  EXPECT_EQ(calls, (Tags{"6x", "6text", "6x"}));
+  EXPECT_EQ(p.tags(6), (Tags{"photo", "photo"}));
+  auto const before = stateOf(p);
+  transact(p, [](Project&) {});  // from here on only what changes can make a group lose a tag
+  transact(p, [](Project& q) { q.eraseAuxFile(3); });
+  EXPECT_EQ(p.tags(5), Tags{});
+  EXPECT_EQ(calls.size(), 3u + 5 + 2);
+  test::undo(p, journal.blocks.back());
+  EXPECT_EQ(stateOf(p), before);
+  EXPECT_EQ(calls.size(), 10u) << "a replay takes tags out by their places";
+
+  // Written into the project past a transaction's end, they go at the next, even if it does nothing.
+  p.addTag(5, "x");
+  transact(p, [](Project&) {});
+  EXPECT_EQ(calls.back(), "5x");
+  p.clearEntireProjectWithoutSignal();
+  p.addTag(p.addTagGroup("g").id(), "y");
+  transact(p, [](Project&) {});
+  EXPECT_EQ(calls.back(), "2y");
+}
+
+TEST_F(TaggedFiles, GoWithTheirTags) {
+  transact(*project_, [](Project& p) {
+    p.addTagGroup("g"), p.addTagGroup("h");  // 12 and 13
+    for (u64 const group : {12u, 13u, 12u}) p.addTag(group, "photo"), p.addTag(group, "own");
+  });
+  auto const before = stateOf(*project_);
+  Listener listener{*project_};
+  test::BlockStore const journal{*project_};
+  transact(*project_, [](Project& p) {
+    p.removeTags({"own", "unknown"});
+    EXPECT_EQ(p.tags(12), (Tags{"photo", "photo", "own"}));
+    EXPECT_EQ(p.auxFiles("own").size(), 2u);
+  });
+  EXPECT_EQ(listener.take(),
+            (Lines{"pre -f8 -f11 -own -unknown", "change -f8 -f11 -own -unknown",
+                   "journal 80007003 80007003 80004001 80004001 80007003", "pre -f8 -f11 -own -unknown ~g12 ~g13",
+                   "change -f8 -f11 -own -unknown ~g12 ~g13"}));
+  test::undo(*project_, journal.blocks.back());
+  EXPECT_EQ(stateOf(*project_), before);
+  listener.take();
+
+  // Both rules for the tag go, and the file without its other one's.
+  transact(*project_, [](Project& p) { p.removeTags({"photo"}); });
+  EXPECT_EQ(listener.take().back(), "change -P4 -P6 -f7 -f9 -photo ~g12 ~g13");
+  EXPECT_EQ(project_->tags(), (TagSet{"front", "own"}));
+  test::undo(*project_, journal.blocks.back());
+  EXPECT_EQ(stateOf(*project_), before);
+
+  // A file of two of the tags is asked for twice. What came before happens; no tag is named.
+  listener.take();
+  transact(*project_, [](Project& p) {
+    EXPECT_EQ(refusalOf([&] { p.removeTags({"front", "photo"}); }),
+              "Attempted to delete the same data entity twice in a single transaction (true)");
+  });
+  EXPECT_EQ(listener.take().back(), "change -P4 -P5 -P6 -f7 -f10 ~g12 ~g13");
+  transact(*project_, [](Project& p) { p.eraseAuxFile(9); });
+  EXPECT_EQ(listener.take(), (Lines{"pre -f9", "change -f9", "journal 80004001"}));
+
+  // Without an erasure no tag is named, not even later.
+  transact(*project_, [](Project& p) { p.removeTags({"unknown"}); });
+  EXPECT_EQ(listener.take(), Lines{});
+  transact(*project_, [](Project& p) { p.eraseTagGroup(13); });
+  EXPECT_EQ(listener.take(), (Lines{"pre -g13", "change -g13", "journal 80007001"}));
 }
 
 }  // namespace

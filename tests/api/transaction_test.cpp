@@ -100,7 +100,7 @@ TEST_F(Transactions, AssignmentReleasesAndThenTakesALevel) {
 }
 
 void setThree(Project& p) { p.setVariableName(2, "z"), p.setVariableDataType(2, {}), p.setVariableNature(1, {}); }
-void editTags(Project& p) { p.removeTag(7, "t"), p.addTag(7, "v"), p.addTag(7, "w"), p.setTagGroupName(8, "i"); }
+void editTags(Project& p) { p.removeTag(7, "u"), p.addTag(7, "u"), p.addTag(7, "u"), p.setTagGroupName(8, "i"); }
 
 TEST_F(Transactions, ReportWhatChangedOnceAndInOrder) {
   std::tuple<void (*)(Project&), std::string, std::string> const rows[] = {
@@ -108,12 +108,12 @@ TEST_F(Transactions, ReportWhatChangedOnceAndInOrder) {
       {[](Project& p) { p.setRootPath("r"), p.setDescription("d"); }, " 1003 1002", " ~1002(>d) ~1003(>r)"},
       {[](Project& p) { p.setVariableName(p.addVariable("x", {}, {}, {}).id(), "y"); }, " 2001 2006", " +v2"},
       {setThree, " 2006 2002 2004", " ~v1 ~v2 ~v2"},
-      {[](Project& p) { p.addRecord(), p.addAuxFile(3, "f", ""); }, " 3001 4001", " +r3 +f4"},
+      {[](Project& p) { p.addRecord(), p.addAuxFile(3, "f.png", ""); }, " 3001 4001", " +r3 +f4"},
       {[](Project& p) { p.setRow(3, p.getRow(3)); }, " 2009 2009", " values"},
       {[](Project& p) { p.activate(3, false), p.activate(3, true); }, " 2001 3003 3003", " +v5 ~r3 values"},
       {[](Project& p) { p.addPathRegex("*", "t"); }, " 6001", " +P6"},
       {[](Project& p) { p.setPathRegexTarget(6, "u"); }, " 6003", " ~P6"},
-      {[](Project& p) { p.addTag(p.addTagGroup("g").id(), "t"), p.addTagGroup("h"); }, " 7001 7003 7001", " +g7 +g8"},
+      {[](Project& p) { p.addTag(p.addTagGroup("g").id(), "u"), p.addTagGroup("h"); }, " 7001 7003 7001", " +g7 +g8"},
       {editTags, " 80007003 7003 7003 7002", " ~g7 ~g7 ~g8"},
       {[](Project& p) { p.addVariableRegex("*", WeakPtr<Variable>{1}.lock()); }, " 5001", " +V9"},
       {[](Project& p) { p.setVariableRegexTarget(9, 2); }, " 5003", " ~V9"},

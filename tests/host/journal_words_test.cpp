@@ -37,7 +37,7 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
   t->setVariableType(bmi, VariableType::Ordinary);
   t->addAuxFile(first, "a.png", "photo");
   u64 const group = t->addTagGroup("Views").id();
-  t->addTag(group, "left");
+  t->addTag(group, "photo");
   u64 const rule = t->addPathRegex("*.png", "photo").id();
   u64 const target = t->addVariableRegex("m*", WeakPtr<Variable>{mass}.lock()).id();
   t->setPathRegexExpression(rule, "*.bmp");
@@ -59,7 +59,7 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
                            "variable \"BMI\": kind calculated -> ordinary",
                            "file \"a.png\" attached to case 1",
                            "tag group \"Views\" added",
-                           "tag group \"Views\": \"left\" added",
+                           "tag group \"Views\": \"photo\" added",
                            "rule \"*.png\" added",
                            "rule \"m*\" added",
                            "rule \"*.png\" renamed to \"*.bmp\"",

@@ -79,6 +79,8 @@ inline bool isFull(Project& p) {
          p.tagGroups().size() + p.pathRegexs().size() + p.variableRegexs().size() >= 9;
 }
 
+inline std::string someTag(Choice& c) { return c.oneOf({"t", "u", "v", "w"}); }
+
 inline void setTypedValue(Project& p, Choice& c) {
   Variable const variable{c.variable(), NoLockRequired{}};
   Record const record{c.record(), NoLockRequired{}};
@@ -114,13 +116,17 @@ inline constexpr RandomEdit randomEdits[] = {
            p.addCalcVariable(c.oneOf({"a", "b"}), VariableNature{c(3)}, c.oneOf({"1", "a + 1", "[Case ID] / 3", "("})));
      }},
     {"addTagGroup", [](Project& p, Choice& c) { c.touch(p.addTagGroup(c.oneOf({"g", "h", "i"}))); }},
-    {"addPathRegex", [](Project& p, Choice& c) { c.touch(p.addPathRegex(c.oneOf({"*", "f?"}), c.oneOf({"t", "u"}))); }},
+    {"addPathRegex",
+     [](Project& p, Choice& c) { c.touch(p.addPathRegex(c.oneOf({"*", "f?", "*.png", "?.?pg", "f*"}), someTag(c))); }},
     {"addVariableRegex",
      [](Project& p, Choice& c) {
        c.touch(p.addVariableRegex(c.oneOf({"*", "a?"}), Variable{c.variable(), NoLockRequired{}}));
      }},
     {"addAuxFile",
-     [](Project& p, Choice& c) { c.touch(p.addAuxFile(c.record(), c.oneOf({"f", "g", ""}), c.oneOf({"", "t"}))); }},
+     [](Project& p, Choice& c) {
+       c.touch(p.addAuxFile(c.record(), c.oneOf({"f", "a.png", "f/b.JPG", "c.jpg", "", "fa"}),
+                            c.oneOf({"", "", "t", "u"})));
+     }},
     {"setValue", setTypedValue},
     {"setRow", setUntypedRow},
     {"activate", [](Project& p, Choice& c) { p.activate(c.record(), c(2) != 0); }},
@@ -140,12 +146,15 @@ inline constexpr RandomEdit randomEdits[] = {
     {"setDescription", [](Project& p, Choice& c) { p.setDescription(c.oneOf({"", "n", "m"})); }},
     {"setRootPath", [](Project& p, Choice& c) { p.setRootPath(c.oneOf({"", "n", "m"})); }},
     {"setTagGroupName", [](Project& p, Choice& c) { p.setTagGroupName(c.group(), c.oneOf({"g", "h", "i", "j"})); }},
-    {"addTag", [](Project& p, Choice& c) { p.addTag(c.group(), c.oneOf({"t", "u"})); }},
-    {"insertTag", [](Project& p, Choice& c) { p.insertTag(c.group(), c.oneOf({"t", "u"}), c(3)); }},
-    {"removeTag", [](Project& p, Choice& c) { p.removeTag(c.group(), c.oneOf({"t", "u"})); }},
+    {"addTag", [](Project& p, Choice& c) { p.addTag(c.group(), someTag(c)); }},
+    {"insertTag", [](Project& p, Choice& c) { p.insertTag(c.group(), someTag(c), c(3)); }},
+    {"removeTag", [](Project& p, Choice& c) { p.removeTag(c.group(), someTag(c)); }},
     {"setPathPattern",
-     [](Project& p, Choice& c) { p.setPathRegexExpression(c.pathRule(), std::string(c(2) * 5000, 'x')); }},
-    {"setPathTarget", [](Project& p, Choice& c) { p.setPathRegexTarget(c.pathRule(), c.oneOf({"t", "u"})); }},
+     [](Project& p, Choice& c) {
+       p.setPathRegexExpression(c.pathRule(), c(8) == 7 ? std::string(5000, 'x') : c.oneOf({"", "*g", "a*", "x"}));
+     }},
+    {"setPathTarget", [](Project& p, Choice& c) { p.setPathRegexTarget(c.pathRule(), someTag(c)); }},
+    {"removeTags", [](Project& p, Choice& c) { p.removeTags({someTag(c), someTag(c)}); }},
     {"setVariablePattern",
      [](Project& p, Choice& c) { p.setVariableRegexExpression(c.variableRule(), c.oneOf({"*", "(", ""})); }},
     {"setVariableTarget", [](Project& p, Choice& c) { p.setVariableRegexTarget(c.variableRule(), c.variable()); }},

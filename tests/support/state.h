@@ -8,6 +8,13 @@ namespace casebook::test {
 
 enum class CalculatedCells { Shown, Hidden };
 
+template <class Tags>
+std::string listed(Tags const& tags) {
+  std::string list;
+  for (auto const& tag : tags) list += tag + ',';
+  return list;
+}
+
 /// Everything that a project holds and answers, as lines of text: equal projects have equal states. The cells of
 /// calculated variables can be left out.
 inline std::string stateOf(Project& project, CalculatedCells cells = CalculatedCells::Shown) {
@@ -31,12 +38,13 @@ inline std::string stateOf(Project& project, CalculatedCells cells = CalculatedC
   }
   for (auto const file : project.auxFiles())
     out << "file " << file.id() << ' ' << project.auxFileRawPath(file.id()) << '|'
-        << project.auxFileRecord(file.id()).id() << '\n';
+        << project.auxFileRecord(file.id()).id() << '|' << listed(project.auxFileTags(file.id())) << '\n';
   for (auto const group : project.tagGroups()) {
     out << "group " << group.id() << ' ' << project.tagGroupName(group.id());
-    for (auto const& tag : project.tags(group.id())) out << '|' << tag;
-    out << '\n';
+    out << '|' << listed(project.tags(group.id())) << '\n';
   }
+  if (auto const tags = project.tags(); !tags.empty())
+    out << "tags " << listed(tags) << " of images " << listed(project.imageTags()) << '\n';
   for (auto const rule : project.variableRegexs())
     out << "variable rule " << rule.id() << ' ' << project.variableRegexExpression(rule.id()) << '|'
         << project.variableRegexTarget(rule.id()).id() << '\n';
