@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
   casebook::bench::registerOneCellTransaction();
   casebook::bench::registerAddRecord();
   casebook::bench::registerUndo();
+  casebook::bench::registerTags();
   casebook::bench::registerOpenFile();
   casebook::bench::registerExpressions();
   casebook::bench::registerStatistics();

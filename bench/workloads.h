@@ -13,6 +13,7 @@ void registerSetValue();
 void registerOneCellTransaction();
 void registerAddRecord();
 void registerUndo();
+void registerTags();
 void registerOpenFile();
 void registerExpressions();
 void registerStatistics();
