@@ -32,6 +32,7 @@ struct InAnyCase {
 
 template <class Compare>
 std::size_t search(std::string_view text, std::string_view stretch) noexcept {
+  if (stretch.size() > text.size()) return std::string_view::npos;
   auto const found = std::ranges::search(text, stretch, [](char t, char p) { return Compare::standsFor(p, t); });
   return found.empty() ? std::string_view::npos : static_cast<std::size_t>(found.begin() - text.begin());
 }
