@@ -276,18 +276,35 @@ TEST(ImageTags, AreClassifiedByTheFirstFileAndClaimedOnce) {
   }
 }
 
-/// Counts what its groups lose.
+TEST(ImageTags, AreClaimedAnewWhenAFileComesBack) {
+  CurrentProject const project;
+  test::BlockStore const journal{*project};
+  transact(*project, [](Project& p) {
+    p.addRecord();  // 2
+    p.addAuxFile(2, "a.png", ""), p.addAuxFile(2, "ab.png", "");
+    p.addPathRegex("*.png", "t"), p.addPathRegex("*b.png", "u");
+  });
+  EXPECT_EQ(project->imageTags(), (Tags{"t", "u"}));
+  transact(*project, [](Project& p) { p.eraseAuxFile(3); });
+  EXPECT_EQ(project->imageTags(), Tags{"t"});
+  test::undo(*project, journal.blocks.back());
+  EXPECT_EQ(project->imageTags(), (Tags{"t", "u"}));
+}
+
+/// Counts what its groups lose, or shall lose and keep.
 struct CountingProject final : Project {
   void removeTag(u64 group, std::string const& tag) override {
     calls.push_back(std::to_string(group) + tag);
-    Project::removeTag(group, tag);
+    if (!keeps) Project::removeTag(group, tag);
   }
   Tags calls;
+  bool keeps = false;
 };
 
 TEST(TagGroups, LoseWhatNoImageFileCarriesThroughTheOperationOfTheProject) {
   auto owned = std::make_unique<CountingProject>();
   auto& calls = owned->calls;
+  auto& keeps = owned->keeps;
   CurrentProject const project{std::move(owned)};
   test::BlockStore const journal{*project};
   auto& p = *project;
@@ -314,6 +331,11 @@ TEST(TagGroups, LoseWhatNoImageFileCarriesThroughTheOperationOfTheProject) {
   p.addTag(5, "x");
   transact(p, [](Project&) {});
   EXPECT_EQ(calls.back(), "5x");
+  p.addTag(5, "y");
+  keeps = true;
+  for (int i = 0; i < 2; ++i) transact(p, [](Project&) {});
+  EXPECT_EQ(calls.size(), 13u) << "what was not taken out is asked for again";
+  keeps = false;
   p.clearEntireProjectWithoutSignal();
   p.addTag(p.addTagGroup("g").id(), "y");
   transact(p, [](Project&) {});
