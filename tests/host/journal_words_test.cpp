@@ -69,7 +69,7 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
   Transaction deletion = (*project).startTransaction();
   deletion->setVariableType(mass, VariableType::Calculated);
   deletion->setTagGroupName(group, "Sides");
-  deletion->removeTag(group, "left");
+  deletion->removeTag(group, "photo");
   WeakPtr<Regex<std::string>>{rule}.lock().erase(deletion);
   deletion->eraseVariable(bmi);
   deletion->eraseRecord(first);
@@ -77,7 +77,7 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
   Words const deleted{"variable \"Weight\": kind ordinary -> calculated",
                       "variable \"Weight\" is computed from now on",
                       "tag group \"Views\" renamed to \"Sides\"",
-                      "tag group \"Sides\": \"left\" removed",
+                      "tag group \"Sides\": \"photo\" removed",
                       "variable \"BMI\" removed",
                       "file \"a.png\" removed from case 1",
                       "case 1 removed",
@@ -92,7 +92,7 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
   auto const stored = block;
   EXPECT_EQ(replay(stored, Journal::Direction::Backwards),
             (Words{"rule \"*.bmp\" put back", "case 1 put back", "file \"a.png\" attached to case 1 again",
-                   "variable \"BMI\" put back (number)", "tag group \"Sides\": \"left\" added",
+                   "variable \"BMI\" put back (number)", "tag group \"Sides\": \"photo\" added",
                    "tag group \"Sides\" renamed to \"Views\"", "variable \"Weight\" is not computed any more",
                    "variable \"Weight\": kind ordinary"}));
   EXPECT_EQ(replay(stored, Journal::Direction::Forwards), deleted);
