@@ -355,6 +355,8 @@ class CASEBOOK_EXPORT Project {
 
   /// Takes a project as constructed or reset to the state to which replaying the blocks forwards leads, each in a
   /// transaction of its own: nothing is journalled or signalled, and what follows from the cells is computed once.
+  /// What the end of a transaction would change and journal (a calculated variable made static, a tag taken out of a
+  /// group) waits for the end of the next one, so that the blocks go on leading to the state.
   /// The UID counter becomes at least `nextUid`. Does not ask for the CRCs.
   ///
   /// Throws ("Only a new project can be restored.", true) for any other project, one with an open transaction, and

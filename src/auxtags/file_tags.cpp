@@ -108,11 +108,12 @@ void FileTags::clear() noexcept {
   stale_.markEverything();
 }
 
-// Files enter and leave the sorted lists of carriers one by one; where many do, beginning anew takes less.
+// Files enter and leave the sorted lists of carriers one by one, each of which moves what is behind it; where some
+// hundreds of many files do, beginning anew takes less.
 void FileTags::refresh() {
   if (!stale_.filesOrRules()) return;
   try {
-    if (stale_.everything() || stale_.files().size() > files_.size() / 16 + 16) {
+    if (stale_.everything() || stale_.files().size() > files_.size() / 256 + 16) {
       refreshAll();
     } else {
       for (u64 const uid : stale_.files()) refreshFile(uid);

@@ -37,8 +37,8 @@ DataTagGroup& TagGroups::add(std::string const& name) {
 }
 
 void TagGroups::setName(u64 uid, std::string const& name) {
-  auto& group = store_.tagGroups.at(uid);
   refuseTakenName(name);
+  auto& group = store_.tagGroups.at(uid);
   setProperty(sink_, group, properties::tagGroupName, name);
 }
 

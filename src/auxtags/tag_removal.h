@@ -34,6 +34,8 @@ class TagRemoval {
   void updateTagGroups();
 
  private:
+  [[nodiscard]] std::vector<std::string> lostTags(u64 group);
+
   Store const& store_;
   FileTags& fileTags_;
   StaleTags& stale_;

@@ -46,6 +46,14 @@ void Calculation::updateCalculatedValues() {
   if (plan_) evaluate();
 }
 
+void Calculation::calculateWhatCompiles() {
+  auto compiled = compile(store_.variables);
+  plan_.reset();
+  adopt(std::move(compiled.equations));
+  if (plan_) evaluate();
+  if (!compiled.failed.empty()) plan_.reset();
+}
+
 // No plan is that of a table without calculated variables.
 bool Calculation::isCurrent() const noexcept {
   if (!plan_) return std::ranges::none_of(store_.variables.all(), isCalculated);
@@ -59,15 +67,19 @@ void Calculation::renew() {
     makeVariableStatic(compiled.failed);
     compiled = compile(store_.variables);
   }
-  if (compiled.equations.empty()) return;
+  adopt(std::move(compiled.equations));
+}
+
+void Calculation::adopt(std::vector<TargetedExpression> equations) {
+  if (equations.empty()) return;
   std::vector<Source> sources;
   for (auto const& variable : store_.variables.all())
     sources.push_back(
         {variable.id, variable.name, isCalculated(variable) ? std::optional{variable.expression} : std::nullopt});
-  expression::EquationPlan equations{std::move(compiled.equations)};
-  expression::EquationPlan::Scratch scratch{equations};
+  expression::EquationPlan plan{std::move(equations)};
+  expression::EquationPlan::Scratch scratch{plan};
   std::vector<Variant*> columns(sources.size());
-  plan_.emplace(std::move(sources), std::move(equations), std::move(scratch), std::move(columns));
+  plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns));
 }
 
 void Calculation::makeVariableStatic(std::vector<std::string> const& names) {

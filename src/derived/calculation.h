@@ -19,6 +19,9 @@ class Calculation {
   /// calculated variable of its name; its column stays as it is. Of the results nobody is told.
   void updateCalculatedValues();
 
+  /// Works out those whose expressions are expressions, and leaves the others as they are.
+  void calculateWhatCompiles();
+
  private:
   /// What the equations depend on, of one variable.
   struct Source {
@@ -39,6 +42,7 @@ class Calculation {
 
   [[nodiscard]] bool isCurrent() const noexcept;
   void renew();
+  void adopt(std::vector<expression::TargetedExpression> equations);
   void makeVariableStatic(std::vector<std::string> const& names);
   void evaluate();
 

@@ -92,8 +92,6 @@ void Project::restore(std::span<Journal::Transaction const> blocks, u64 nextUid)
     throw varnel::ExceptionBase{"Only a new project can be restored.", true};
   try {
     restoreBlocks(parts.store, parts.recorder, parts.calculation, parts.replay, blocks, nextUid);
-    Recorder::Mute const mute{parts.recorder};
-    parts.tagRemoval.updateTagGroups();
     parts.statistics.recompute();
   } catch (...) {
     parts.restart();

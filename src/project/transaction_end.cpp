@@ -21,7 +21,7 @@ class Running {
 
 void TransactionEnd::closeLevel() {
   if (depth_-- != 1) return;
-  ended_ = true;
+  if (!running_) ended_ = true;  // else the end that runs goes on to what this one left
   endWaiting();
 }
 

@@ -40,7 +40,7 @@ void restoreBlocks(Store& store, Recorder& recorder, Calculation& calculation, R
   for (auto const& block : blocks) {
     ++number;
     try {
-      if (keepsCalculated(block)) calculation.updateCalculatedValues();
+      if (keepsCalculated(block)) calculation.calculateWhatCompiles();
       replay.run(block, Journal::Direction::Forwards);
     } catch (std::bad_alloc const&) {
       throw;
@@ -49,7 +49,7 @@ void restoreBlocks(Store& store, Recorder& recorder, Calculation& calculation, R
     }
     store.formerStatusVariables.clear();
   }
-  calculation.updateCalculatedValues();
+  calculation.calculateWhatCompiles();
   store.nextUid = std::max(store.nextUid, nextUid);
 }
 

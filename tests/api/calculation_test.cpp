@@ -141,5 +141,18 @@ TEST_F(CalculationTest, IsRepeatedWhereARestoredProjectNeedsIt) {
   EXPECT_EQ(restored->variableRange(last), project_->variableRange(last));
 }
 
+// The next end makes it static, and journals it.
+TEST_F(CalculationTest, OfARestoredProjectDoesNotMakeVariablesStaticUnheard) {
+  auto const good = calculated("good", "a + 1");
+  project_->setVariableExpression(good, "a +");  // in no transaction: no end has met it
+  auto const checkpoint = project_->checkpoint();
+  auto const restored = test::restored({checkpoint.block}, checkpoint.nextUid);
+  BlockStore const journal{*restored};
+  EXPECT_EQ(restored->variableType(good), VariableType::Calculated);
+  test::transact(*restored, [](Project&) {});
+  EXPECT_EQ(restored->variableType(good), VariableType::Ordinary);
+  EXPECT_EQ(journal.commands().at(0).code, Journal::VariableMadeStatic);
+}
+
 }  // namespace
 }  // namespace casebook

@@ -90,6 +90,8 @@ TEST(TagGroups, AndRulesRefuseWhatDoesNotFit) {
   EXPECT_EQ(refusalOf([&] { p.removeTag(3, "a"); }), "Attempted to remove a tag that is not in its group. (true)");
   EXPECT_EQ(refusalOf([&] { p.addPathRegex(longest + 'a', "t"); }), tooLong);
   EXPECT_EQ(refusalOf([&] { p.setPathRegexExpression(4, longest + 'a'); }), tooLong);
+  EXPECT_EQ(refusalOf([&] { p.addVariableRegex(longest + 'a', target); }), tooLong);
+  EXPECT_EQ(refusalOf([&] { p.setTagGroupName(99, "G"); }), duplicate);
   EXPECT_EQ(stateOf(p), before);
   p.resetProject();
   EXPECT_EQ(refusalOf([&] { p.addVariableRegex("*", target); }), test::unknownEntity) << "the variable is gone";
@@ -124,9 +126,11 @@ TEST(LoaderDescriptionDepot, TellsWhatItsLoadersLoadWhileOthersAddToThem) {
   auto const before = depot.extensions();
   std::atomic<bool> done{false};
   std::jthread const reader{[&] {
-    while (!done) EXPECT_EQ(depot.extensions().contains(".one"), depot.extensions().size() > before.size());
+    while (!done) {
+      auto const now = depot.extensions();
+      EXPECT_EQ(now.contains(".one"), now.size() > before.size());
+    }
   }};
-  done = true;
   CurrentProject const project;
   project->addRecord();
   auto const file = project->addAuxFile(2, "a.TWO", "").lock();
@@ -140,6 +144,7 @@ TEST(LoaderDescriptionDepot, TellsWhatItsLoadersLoadWhileOthersAddToThem) {
     EXPECT_TRUE(depot.remove("Ours"));
     EXPECT_FALSE(depot.remove("Ours"));
   }
+  done = true;
   EXPECT_EQ(depot.extensions(), before);
 }
 
