@@ -130,7 +130,8 @@ class CASEBOOK_EXPORT Project {
   [[nodiscard]] virtual std::vector<WeakPtr<AuxFile>> auxFiles();
   [[nodiscard]] virtual WeakPtr<Variable> getCaseIDColumn();
   /// The record with this case identifier, the one of lowest UID where several have it; empty when none has. Answers
-  /// as the table stood at the first question since the last transaction that changed anything ended.
+  /// as the table stood at the first question since the last transaction that changed anything ended; a table that
+  /// was empty then is looked at again.
   [[nodiscard]] virtual WeakPtr<Record> recordById(u64 caseId);
 
   // Creation
@@ -139,7 +140,11 @@ class CASEBOOK_EXPORT Project {
   /// the default value fits the data type.
   virtual WeakPtr<Variable> addVariable(std::string const& name, VariableNature nature, VariableDataType dataType,
                                         Variant const& defaultValue);
-  /// A column of numbers that the expression computes; 0.0 until it is calculated.
+  /// A column of numbers, 0.0 at first, that is worked out anew at the end of every outermost transaction by an
+  /// expression over the other columns (docs/expressions.md has the language). At that end a text that is no expression
+  /// turns its variable, and every calculated one of its name, into an ordinary one for good; it keeps its values, and
+  /// only the journal tells. `Expression{text, names}` checks a text beforehand, the names being those of all variables
+  /// in the order of `variables()`.
   virtual WeakPtr<Variable> addCalcVariable(std::string const& name, VariableNature nature,
                                             std::string const& expression);
   /// A row of default values at the end of the table. Its case identifier is one more than that of the record with
@@ -216,7 +221,8 @@ class CASEBOOK_EXPORT Project {
   /// data type 1 and do not count in data type 2. Throws ("variableRange called on a non-numeric variable", true) for
   /// any other data type.
   [[nodiscard]] virtual std::pair<double, double> variableRange(u64 variable);
-  /// These assign the property and nothing else: no cell is converted. `setVariableType` throws
+  /// These assign the property and nothing else: no cell is converted, and what a name or an expression does to
+  /// calculated variables shows at the end of the transaction (addCalcVariable). `setVariableType` throws
   /// ("Only activating records makes a Case Status variable.", true) for that variable and for its type.
   virtual void setVariableDataType(u64 variable, VariableDataType dataType);
   virtual void setVariableType(u64 variable, VariableType type);

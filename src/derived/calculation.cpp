@@ -1,5 +1,7 @@
 #include "derived/calculation.h"
 
+#include "platform/expression/compile.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -14,21 +16,22 @@ bool isCalculated(DataVariable const& variable) noexcept { return variable.type 
 /// The equations of a table, as far as their texts are expressions.
 struct Compiled {
   std::vector<TargetedExpression> equations;
-  std::vector<std::string> failed;  ///< names of the variables of the others
+  std::set<std::string> failed;  ///< names of the variables of the others
 };
 
 Compiled compile(EntityMap<DataVariable> const& variables) {
   std::vector<std::string> names;
   for (auto const& variable : variables.all()) names.push_back(variable.name);
+  expression::NameIndex const index{names};
   Compiled compiled;
   std::size_t column = 0;
   for (auto const& variable : variables.all()) {
     auto const target = column++;
     if (!isCalculated(variable)) continue;
     try {
-      compiled.equations.push_back({Expression{variable.expression, names}, target});
+      compiled.equations.push_back({Expression{expression::compile(variable.expression, index)}, target});
     } catch (Expression::Error const&) {
-      compiled.failed.push_back(variable.name);
+      compiled.failed.insert(variable.name);
     }
   }
   return compiled;
@@ -82,11 +85,9 @@ void Calculation::adopt(std::vector<TargetedExpression> equations) {
   plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns));
 }
 
-void Calculation::makeVariableStatic(std::vector<std::string> const& names) {
-  for (auto const& name : names) {
-    for (auto& variable : store_.variables.all())
-      if (isCalculated(variable) && variable.name == name) table_.makeStatic(variable, variable.values);
-  }
+void Calculation::makeVariableStatic(std::set<std::string> const& names) {
+  for (auto& variable : store_.variables.all())
+    if (isCalculated(variable) && names.contains(variable.name)) table_.makeStatic(variable, variable.values);
 }
 
 void Calculation::evaluate() {

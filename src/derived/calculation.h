@@ -4,6 +4,7 @@
 #include "store/table.h"
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,7 +44,7 @@ class Calculation {
   [[nodiscard]] bool isCurrent() const noexcept;
   void renew();
   void adopt(std::vector<expression::TargetedExpression> equations);
-  void makeVariableStatic(std::vector<std::string> const& names);
+  void makeVariableStatic(std::set<std::string> const& names);
   void evaluate();
 
   Store& store_;

@@ -54,7 +54,7 @@ void TransactionEnd::endOnce(FirstError& error) {
     tagRemoval_.updateTagGroups();
   });
   auto const done = setAside();
-  completed = completed && error.guard([&] { emitTransactionSignals(done); });
+  completed = completed && error.guard([&] { emitTransactionSignals(done, error); });
   if (completed) return;
   clearDerived();
   error.guard([&] { handOut(); });
@@ -66,7 +66,7 @@ ChangeLog TransactionEnd::setAside() noexcept {
   return std::exchange(log_, {});
 }
 
-void TransactionEnd::emitTransactionSignals(ChangeLog const& done) {
+void TransactionEnd::emitTransactionSignals(ChangeLog const& done, FirstError& error) {
   auto record = done.changes();
   bool const anyChange = reportsAnything(record);
   bool const removals = done.hasRemovals();
@@ -80,11 +80,10 @@ void TransactionEnd::emitTransactionSignals(ChangeLog const& done) {
   handOut();
   if (!anyChange) return;
   if (!removals) clearDerived();
-  FirstError error;
-  // What could not be kept is worked out when it is asked for.
+  // From here on nothing that fails takes away what was kept before. What could not be kept is worked out when it is
+  // asked for.
   if (!error.guard([this] { statistics_.recompute(); })) statistics_.clear();
   error.guard([&] { signals_.emitChange(record); });
-  error.rethrow();
 }
 
 // Once, whatever the slots throw.

@@ -49,7 +49,8 @@ class TransactionEnd {
   void endOnce(FirstError& error);
   [[nodiscard]] bool waiting() const noexcept;
   [[nodiscard]] ChangeLog setAside() noexcept;
-  void emitTransactionSignals(ChangeLog const& done);
+  /// Throws what fails before the statistics are rebuilt; what fails then is kept in `error`.
+  void emitTransactionSignals(ChangeLog const& done, FirstError& error);
   void handOut();
 
   void clearDerived() noexcept;

@@ -67,6 +67,8 @@ TEST_F(CalculationTest, FollowsItsInputsAtTheEndOfEachTransaction) {
   auto const blocks = journal_.blocks.size();
   transact([](Project&) {});
   EXPECT_EQ(journal_.blocks.size(), blocks);
+  transact([&](Project& p) { p.setVariableExpression(twice, "a * 20"); });
+  EXPECT_EQ(cell(both), Variant{60.5});
 }
 
 TEST_F(CalculationTest, VariablesOnACircleAreMissingAndDoNotDrift) {
@@ -97,6 +99,8 @@ TEST_F(CalculationTest, OfOneNameTheLowestIsReadAndEachHasItsOwnColumn) {
   EXPECT_EQ(cell(b + 2), Variant{5.0});
   EXPECT_EQ(cell(b + 3), Variant{6.0});
   EXPECT_EQ(cell(b + 4), Variant{4.0});
+  transact([](Project& p) { p.eraseVariable(b), p.eraseVariable(b + 2); });
+  EXPECT_EQ(cell(b + 4), Variant{10.0});
 }
 
 TEST_F(CalculationTest, WhatIsNoExpressionBecomesStaticAndKeepsItsValues) {

@@ -2,7 +2,9 @@
 #include "support/random_edits.h"
 
 #include <gtest/gtest.h>
+
 #include <rapidcheck/gtest.h>
+#include <stdexcept>
 
 #include <cmath>
 #include <limits>
@@ -160,6 +162,19 @@ struct Table {
 };
 
 bool isSame(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+TEST(Statistics, OfTheLastEndStandAlsoWhenASlotThrewAtIt) {
+  Table table{VariableDataType{2}, {5.0}};
+  auto& p = *table.project;
+  ScopedConnection const throwing = p.connectProjectChange([](auto const&) { throw std::runtime_error{"a slot's"}; });
+  auto const set = [&](double value) { table.set(0, Variant{1u, Variant::UnsignedInteger}, value); };
+  EXPECT_THROW(transact(p, [&](Project&) { set(7.0); }), std::runtime_error);
+  auto open = p.startTransaction();
+  set(9.0);
+  EXPECT_EQ(p.variableValueCount(table.variable, 7.0), 1u);
+  EXPECT_EQ(p.variableValueCount(table.variable, 9.0), 0u);
+  EXPECT_THROW(open.commit(), std::runtime_error);
+}
 
 TEST(Statistics, TheRangeIsThatOfTheNumbers) {
   auto const whole = [](u64 word) { return Variant::ofWord(word, Variant::UnsignedInteger); };

@@ -120,7 +120,7 @@ void checkReport(TransactionRecord const& report, Uids const& before, Uids const
 
 /// Everything that a project without open transactions holds. Only a checkpoint tells the explicit tags of files.
 std::string wholeState(Project& project) {
-  auto state = stateOf(project, test::CalculatedCells::Hidden);
+  auto state = test::stateOf(project);
   auto const checkpoint = project.checkpoint();
   for (auto const& command : Journal::Transaction{checkpoint.block, 0}.commands())
     if (command.code == Journal::AuxFileCreated) state += std::get<std::string>(fields(command)[2].value) + '|';

@@ -1,10 +1,11 @@
 // text       = { blank | number | quoted | bracketed | word | symbol }
-// blank      = space | tab | line feed | carriage return
+// blank      = space | no-break space | tab | line feed | carriage return
 // number     = ( digits [ "." [ digits ] ] | "." digits ) [ ( "e" | "E" ) [ "+" | "-" ] digits ]
 // quoted     = '"' { '""' | any byte but '"' } '"', and the same with single quotes
 // bracketed  = "[" { "]]" | any byte but "]" } "]"
-// word       = letter { letter | digit }, where a letter is A-Z, a-z, "_" or a byte from 0x80 on (a part of one in
-// UTF-8) symbol     = one of `symbols` below, the longest that fits
+// word       = letter { letter | digit }, where a letter is A-Z, a-z, "_" or a byte from 0x80 on
+// symbol     = one of `symbols` below, the longest that fits
+
 #include "platform/expression/tokens.h"
 
 #include <casebook/expression.h>
@@ -35,12 +36,26 @@ constexpr Refusal refusals[] = {
     {";", "The arguments of a function are separated by commas."},
 };
 
+// What word processors put in unasked; it would look like a blank and be a letter.
+constexpr std::string_view noBreakSpace = "\xC2\xA0";
+
 bool isBlank(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 bool isLetter(char c) noexcept {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
 bool isLetterOrDigit(char c) noexcept { return isLetter(c) || isDigit(c); }
+
+/// The length of the blanks with which the text begins.
+std::size_t blanksBefore(std::string_view text) noexcept {
+  std::size_t length = 0;
+  for (auto rest = text; !rest.empty(); rest = text.substr(length)) {
+    if (isBlank(rest.front())) ++length;
+    else if (rest.starts_with(noBreakSpace)) length += noBreakSpace.size();
+    else break;
+  }
+  return length;
+}
 
 /// The row whose symbol stands first in `rest`, or the end.
 template <class Rows, class Projection>
@@ -58,7 +73,7 @@ std::string characterAt(std::string_view rest) {
 }  // namespace
 
 Token Tokens::next() {
-  while (position_ < text_.size() && isBlank(text_[position_])) ++position_;
+  position_ += blanksBefore(text_.substr(position_));
   if (position_ == text_.size()) return take(Token::Kind::End, 0);
   char const c = text_[position_];
   bool const digitFollows = position_ + 1 < text_.size() && isDigit(text_[position_ + 1]);
@@ -70,8 +85,7 @@ Token Tokens::next() {
 
 bool Tokens::parenthesisFollows() const noexcept {
   auto const rest = text_.substr(position_);
-  auto const next = std::ranges::find_if_not(rest, isBlank);
-  return next != rest.end() && *next == '(';
+  return rest.substr(blanksBefore(rest)).starts_with('(');
 }
 
 Token Tokens::take(Token::Kind kind, std::size_t length) noexcept {
@@ -108,7 +122,8 @@ Token Tokens::quoted(Token::Kind kind, char closing) {
 }
 
 Token Tokens::word() {
-  auto const rest = text_.substr(position_);
+  auto rest = text_.substr(position_);
+  rest = rest.substr(0, rest.find(noBreakSpace));
   auto const end = std::ranges::find_if_not(rest, isLetterOrDigit);
   return take(Token::Kind::Word, static_cast<std::size_t>(end - rest.begin()));
 }

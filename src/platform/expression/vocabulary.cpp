@@ -146,7 +146,6 @@ NamedConstant const* findConstant(std::string_view name) noexcept {
 
 bool isMissingValue(std::string_view name) noexcept { return isWord(name, "null"); }
 
-Kernel addition() noexcept { return binary<add>; }
 Kernel division() noexcept { return binary<divide>; }
 
 }  // namespace casebook::expression

@@ -5,8 +5,8 @@
 #include <span>
 #include <string_view>
 
-/// The words of the language. Parser, compiler and evaluator follow from these rows: a function or an operator more is
-/// a row more, and a line in docs/expressions.md, whose examples are tests.
+/// The words of the language. Parser, compiler and evaluator follow from these rows: a function more is a row
+/// more, an operator also its symbol in tokens.cpp; and a line in docs/expressions.md, whose examples are tests.
 namespace casebook::expression {
 
 /// How a function takes its arguments, which are numbers.
@@ -68,7 +68,6 @@ struct NamedConstant {
 
 [[nodiscard]] bool isMissingValue(std::string_view name) noexcept;
 
-[[nodiscard]] Kernel addition() noexcept;
 [[nodiscard]] Kernel division() noexcept;
 
 }  // namespace casebook::expression

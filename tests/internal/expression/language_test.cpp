@@ -140,6 +140,7 @@ TEST(Expression, RefusesWithThePlaceAndTheReason) {
       {"a + [b", "4: This [ is never closed."},
       {"a == \"b", "5: This \" is never closed."},
       {"a + [B]", "4: There is no column \"B\"."},
+      {"a\xC2\xA0+\xC2\xA0 B", "7: There is no column \"B\"."},
       {"a + Pi2", "4: There is no column \"Pi2\"."},
       {"1 + ABS", "4: \"ABS\" is a function: its arguments follow in parentheses."},
       {"1 + sine(a)", "4: There is no function \"sine\"."},
