@@ -13,19 +13,22 @@ namespace {
 constexpr std::size_t widest = 40;
 constexpr std::size_t gap = 2;
 
-std::string fit(std::string_view text) { return shortened(printable(text.substr(0, 16 * widest)), widest); }
+std::string fitted(std::string_view text, TableView::Fit fit) {
+  if (fit == TableView::Fit::Whole) return printable(text);
+  return shortened(printable(text.substr(0, 16 * widest)), widest);
+}
 
 }  // namespace
 
-void TableView::addColumn(std::string_view heading, Align align) {
-  headings_.push_back(fit(heading));
-  columns_.push_back({align, displayWidth(headings_.back())});
+void TableView::addColumn(std::string_view heading, Align align, Fit fit) {
+  headings_.push_back(fitted(heading, fit));
+  columns_.push_back({align, fit, displayWidth(headings_.back())});
 }
 
 void TableView::addRow(std::vector<std::string> const& cells) {
   Row row;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    row.push_back(fit(cells.at(i)));
+    row.push_back(fitted(cells.at(i), columns_[i].fit));
     columns_[i].width = std::max(columns_[i].width, displayWidth(row.back()));
   }
   rows_.push_back(std::move(row));

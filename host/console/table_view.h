@@ -8,13 +8,14 @@
 
 namespace casebook::cli {
 
-/// A table in aligned columns, for people. What is too wide is cut with "…"; columns that the terminal has no room
-/// for are left out from the right.
+/// A table in aligned columns, for people. What is too wide is cut with "…", unless its column is to be whole; columns
+/// that the terminal has no room for are left out from the right.
 class TableView {
  public:
   enum class Align { Left, Right };
+  enum class Fit { Cut, Whole };
 
-  void addColumn(std::string_view heading, Align align = Align::Left);
+  void addColumn(std::string_view heading, Align align = Align::Left, Fit fit = Fit::Cut);
   /// A cell for each column.
   void addRow(std::vector<std::string> const& cells);
 
@@ -24,6 +25,7 @@ class TableView {
  private:
   struct Column {
     Align align;
+    Fit fit;
     std::size_t width;
   };
   using Row = std::vector<std::string>;

@@ -15,4 +15,10 @@ nlohmann::ordered_json jsonText(std::string_view text) {
   return {{"hex", std::move(hex)}};
 }
 
+nlohmann::ordered_json jsonTexts(std::span<std::string const> texts) {
+  auto list = nlohmann::ordered_json::array();
+  for (std::string const& text : texts) list.push_back(jsonText(text));
+  return list;
+}
+
 }  // namespace casebook::cli
