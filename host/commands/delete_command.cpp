@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "project/lookup.h"
 #include "project/open_project.h"
+#include "project/tags.h"
 #include "project/words.h"
 #include "text/numbers.h"
 #include "text/utf8.h"
@@ -37,8 +38,10 @@ class DeleteCommand : public Command {
       throw Failure{case_ ? "--case ID or --variable NAME, not both." : "--case ID or --variable NAME is required.",
                     "casebook delete --help tells more.", ExitCode::Usage};
     OpenProject open{file_, OpenProject::For::Writing, console};
+    GroupsBefore const groups{open.project()};
     std::string const deleted = case_ ? deleteCase(open) : deleteVariable(open);
     fmt::print(console.out, "Deleted {}; casebook undo FILE brings it back.\n", deleted);
+    groups.warnOfLost(open.project(), console);
     return ExitCode::Ok;
   }
 

@@ -30,6 +30,10 @@ Commands allCommands() {
   addViewCommands(commands);
   addCaseCommands(commands);
   addVariableCommands(commands);
+  addAttachmentCommands(commands);
+  addRuleCommands(commands);
+  addTagCommands(commands);
+  addGroupCommands(commands);
   addDeleteCommands(commands);
   addHistoryCommands(commands);
   addExportCommands(commands);

@@ -1,5 +1,6 @@
 #include "commands/command.h"
 #include "console/table_view.h"
+#include "project/attachment.h"
 #include "project/lookup.h"
 #include "project/open_project.h"
 #include "project/words.h"
@@ -47,6 +48,8 @@ class InfoCommand : public Command {
   ExitCode run(Console& console) override {
     bool const sets = std::ranges::any_of(wishes_, [](auto const& wish) { return wish.has_value(); });
     OpenProject open{file_, sets ? OpenProject::For::Writing : OpenProject::For::Reading, console};
+    // The project may be opened from another folder the next time.
+    if (auto& root = wishes_.back(); root && !root->empty()) root = placeOf(*root).string();
     if (sets) {
       set(open, console);
     } else {

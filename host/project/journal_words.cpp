@@ -59,6 +59,13 @@ std::string lookUp(std::map<u64, std::string> const& names, u64 uid) {
 
 std::string typeOf(Variant const& value) { return typeWord(static_cast<VariableDataType>(value.longValue())); }
 std::string natureOf(Variant const& value) { return natureWord(static_cast<VariableNature>(value.longValue())); }
+std::string forTag(CommandFields const& fields) {
+  return fmt::format(" for the tag {}", inQuotes(fields.text("target")));
+}
+std::string withTag(CommandFields const& fields) {
+  std::string const& tag = fields.text("tag");
+  return tag.empty() ? "" : fmt::format(", with the tag {}", inQuotes(tag));
+}
 std::string textOf(Variant const& value) { return printable(value.stringValue()); }
 std::string kindOf(Variant const& value) {
   switch (static_cast<VariableType>(value.longValue())) {
@@ -116,12 +123,12 @@ std::string JournalWords::describe(std::uint32_t code, CommandFields const& fiel
     case AuxFileCreated: return fileCreated(fields);
     case AuxFileErased: return fileErased(fields);
 
-    case VariableRegexCreated:
-    case PathRegexCreated: return otherCreated("rule", fields);
-    case VariableRegexErased:
-    case PathRegexErased: return otherErased("rule", fields);
+    case VariableRegexCreated: return otherCreated("rule", fields, forVariable(fields));
+    case PathRegexCreated: return otherCreated("rule", fields, forTag(fields));
+    case VariableRegexErased: return otherErased("rule", fields, forVariable(fields));
+    case PathRegexErased: return otherErased("rule", fields, forTag(fields));
     case VariableRegexExpressionSet:
-    case PathRegexExpressionSet: return otherRenamed("rule", fields);
+    case PathRegexExpressionSet: return otherRenamed("rule", "changed", fields);
     case VariableRegexTargetSet:
       return fmt::format("rule {}: target {}", other(fields.uid()),
                          fields.change([this](Variant const& target) { return variable(target.longValue()); }));
@@ -129,7 +136,7 @@ std::string JournalWords::describe(std::uint32_t code, CommandFields const& fiel
 
     case TagGroupCreated: return otherCreated("tag group", fields);
     case TagGroupErased: return otherErased("tag group", fields);
-    case TagGroupNameSet: return otherRenamed("tag group", fields);
+    case TagGroupNameSet: return otherRenamed("tag group", "renamed", fields);
     case TagAdded:
       return fmt::format("tag group {}: {} added", other(fields.uid()), valueWords(fields.value("newValue")));
     case TagRemoved:
@@ -192,13 +199,14 @@ std::string JournalWords::recordErased(CommandFields const& fields) {
 
 std::string JournalWords::fileCreated(CommandFields const& fields) {
   bool const isBack = gone_.erase(fields.uid()) > 0;
-  return fmt::format("file {} attached to {}{}", inQuotes(fields.text("path")), record(fields.number("record")),
-                     isBack ? " again" : "");
+  return fmt::format("file {} attached to {}{}{}", inQuotes(fields.text("path")), record(fields.number("record")),
+                     isBack ? " again" : "", withTag(fields));
 }
 
 std::string JournalWords::fileErased(CommandFields const& fields) {
   goes(fields.uid());
-  return fmt::format("file {} removed from {}", inQuotes(fields.text("path")), record(fields.number("record")));
+  return fmt::format("file {} removed from {}{}", inQuotes(fields.text("path")), record(fields.number("record")),
+                     withTag(fields));
 }
 
 std::string JournalWords::statusSet(CommandFields const& fields) {
@@ -207,23 +215,27 @@ std::string JournalWords::statusSet(CommandFields const& fields) {
                                             : fmt::format("{}: {}", record(fields.uid()), fields.change(textOf));
 }
 
-std::string JournalWords::otherCreated(std::string_view kind, CommandFields const& fields) {
+std::string JournalWords::otherCreated(std::string_view kind, CommandFields const& fields, std::string_view what) {
   others_[fields.uid()] = fields.text(fields.has("expression") ? "expression" : "name");
-  return fmt::format("{} {} {}", kind, other(fields.uid()), comes(fields.uid()));
+  return fmt::format("{} {}{} {}", kind, other(fields.uid()), what, comes(fields.uid()));
 }
 
-std::string JournalWords::otherErased(std::string_view kind, CommandFields const& fields) {
-  std::string words = fmt::format("{} {} removed", kind, other(fields.uid()));
+std::string JournalWords::otherErased(std::string_view kind, CommandFields const& fields, std::string_view what) {
+  std::string words = fmt::format("{} {}{} removed", kind, other(fields.uid()), what);
   goes(fields.uid());
   others_.erase(fields.uid());
   return words;
 }
 
-std::string JournalWords::otherRenamed(std::string_view kind, CommandFields const& fields) {
+std::string JournalWords::otherRenamed(std::string_view kind, std::string_view how, CommandFields const& fields) {
   std::string words =
-      fmt::format("{} {} renamed to {}", kind, other(fields.uid()), valueWords(fields.value("newValue")));
+      fmt::format("{} {} {} to {}", kind, other(fields.uid()), how, valueWords(fields.value("newValue")));
   others_[fields.uid()] = fields.value("newValue").stringValue();
   return words;
+}
+
+std::string JournalWords::forVariable(CommandFields const& fields) const {
+  return fmt::format(" for {}", variable(fields.number("target")));
 }
 
 // A UID is never handed out twice: what brings one that went is undoing a removal, or redoing a creation.

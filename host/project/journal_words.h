@@ -34,9 +34,10 @@ class JournalWords {
   std::string fileCreated(CommandFields const& fields);
   std::string fileErased(CommandFields const& fields);
   std::string statusSet(CommandFields const& fields);
-  std::string otherCreated(std::string_view kind, CommandFields const& fields);
-  std::string otherErased(std::string_view kind, CommandFields const& fields);
-  std::string otherRenamed(std::string_view kind, CommandFields const& fields);
+  std::string otherCreated(std::string_view kind, CommandFields const& fields, std::string_view what = {});
+  std::string otherErased(std::string_view kind, CommandFields const& fields, std::string_view what = {});
+  std::string otherRenamed(std::string_view kind, std::string_view how, CommandFields const& fields);
+  [[nodiscard]] std::string forVariable(CommandFields const& fields) const;
 
   std::string_view comes(u64 uid);
   void goes(u64 uid) { gone_.insert(uid); }

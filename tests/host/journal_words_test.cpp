@@ -57,12 +57,12 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
                            "variable \"Weight\": expression \"\" -> \"3\"",
                            "variable \"BMI\": expression \"1\" -> \"2\"",
                            "variable \"BMI\": kind calculated -> ordinary",
-                           "file \"a.png\" attached to case 1",
+                           "file \"a.png\" attached to case 1, with the tag \"photo\"",
                            "tag group \"Views\" added",
                            "tag group \"Views\": \"photo\" added",
-                           "rule \"*.png\" added",
-                           "rule \"m*\" added",
-                           "rule \"*.png\" renamed to \"*.bmp\"",
+                           "rule \"*.png\" for the tag \"photo\" added",
+                           "rule \"m*\" for variable \"Weight\" added",
+                           "rule \"*.png\" changed to \"*.bmp\"",
                            "rule \"*.bmp\": tag \"photo\" -> \"scan\"",
                            "rule \"m*\": target variable \"Weight\" -> variable \"Case ID\""}));
 
@@ -79,9 +79,9 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
                       "tag group \"Views\" renamed to \"Sides\"",
                       "tag group \"Sides\": \"photo\" removed",
                       "variable \"BMI\" removed",
-                      "file \"a.png\" removed from case 1",
+                      "file \"a.png\" removed from case 1, with the tag \"photo\"",
                       "case 1 removed",
-                      "rule \"*.bmp\" removed"};
+                      "rule \"*.bmp\" for the tag \"scan\" removed"};
   EXPECT_EQ(spoken, deleted);
   auto const replay = [&](std::vector<unsigned char> const& stored, Journal::Direction direction) {
     Transaction step = (*project).startTransaction();
@@ -90,11 +90,12 @@ TEST(JournalWords, NameEntitiesAsTheyStoodThen) {
     return spoken;
   };
   auto const stored = block;
-  EXPECT_EQ(replay(stored, Journal::Direction::Backwards),
-            (Words{"rule \"*.bmp\" put back", "case 1 put back", "file \"a.png\" attached to case 1 again",
-                   "variable \"BMI\" put back (number)", "tag group \"Sides\": \"photo\" added",
-                   "tag group \"Sides\" renamed to \"Views\"", "variable \"Weight\" is not computed any more",
-                   "variable \"Weight\": kind ordinary"}));
+  EXPECT_EQ(
+      replay(stored, Journal::Direction::Backwards),
+      (Words{"rule \"*.bmp\" for the tag \"scan\" put back", "case 1 put back",
+             "file \"a.png\" attached to case 1 again, with the tag \"photo\"", "variable \"BMI\" put back (number)",
+             "tag group \"Sides\": \"photo\" added", "tag group \"Sides\" renamed to \"Views\"",
+             "variable \"Weight\" is not computed any more", "variable \"Weight\": kind ordinary"}));
   EXPECT_EQ(replay(stored, Journal::Direction::Forwards), deleted);
 }
 
