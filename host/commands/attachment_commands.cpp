@@ -142,9 +142,14 @@ class DetachCommand : public Command {
           fmt::format("Case {} has no file {}.", case_, inQuotes(path_)),
           all.empty() ? "" : fmt::format("casebook files FILE --case {} lists the files of the case.", case_)};
     Files wanted = here;
-    if (tag_ || noTag_) std::erase_if(wanted, [&](auto file) { return ownTag(project, file) != tag_; });
+    if (tag_ || noTag_) {
+      std::erase_if(wanted, [&](auto file) { return ownTag(project, file) != tag_; });
+      // Another program may have kept one place in two ways: they are told apart as they are listed.
+      auto const listed = withPath(project, wanted);
+      if (!listed.empty()) wanted = listed;
+    }
     if (wanted.size() == 1) return wanted.front();
-    std::string const names = listed(project, wanted.empty() ? here : wanted);
+    std::string const names = words(project, wanted.empty() ? here : wanted);
     if (wanted.empty()) throw Failure{fmt::format("Case {} has no such file of that tag, but {}.", case_, names)};
     throw Failure{fmt::format("Case {} has {} files there: {}.", case_, wanted.size(), names),
                   "--tag TAG or --no-tag says which one."};
@@ -155,20 +160,23 @@ class DetachCommand : public Command {
     FilePlace const place{project, path_};
     Files files;
     std::ranges::copy_if(all, std::back_inserter(files), [&](auto file) { return place.isOf(file); });
-    if (files.empty())
-      std::ranges::copy_if(all, std::back_inserter(files),
-                           [&](auto file) { return project.auxFileRawPath(file.id()) == path_; });
+    return files.empty() ? withPath(project, all) : files;
+  }
+
+  /// Those that are kept and listed with just this path.
+  [[nodiscard]] Files withPath(Project& project, Files files) const {
+    std::erase_if(files, [&](auto file) { return project.auxFileRawPath(file.id()) != path_; });
     return files;
   }
 
-  static std::string listed(Project& project, Files const& files) {
-    std::string words;
+  static std::string words(Project& project, Files const& files) {
+    std::string list;
     for (auto file : files) {
       auto const tag = ownTag(project, file);
-      words += (words.empty() ? "" : ", ") + attachmentWords(project.auxFileRawPath(file.id()), tag);
-      if (!tag) words += " without a tag of its own";
+      list += (list.empty() ? "" : ", ") + attachmentWords(project.auxFileRawPath(file.id()), tag);
+      if (!tag) list += " without a tag of its own";
     }
-    return words;
+    return list;
   }
 
   std::string file_;

@@ -27,10 +27,7 @@ class RuleCommand : public Command {
     app.add_option("PATTERN", pattern_, "What the end of a path has to match")->required()->option_text(" ");
     app.add_option("TAG", tag_, "The tag that matching files carry")->required()->option_text(" ");
     app.add_flag("--remove", remove_, "Takes the rule out");
-    app.footer(
-        "In a pattern * stands for any run of characters and ? for any one; put it in quotes, or the shell expands "
-        "it.\n"
-        "Capital and small letters differ. A file with a tag of its own carries that one alone, whatever rules say.");
+    app.footer(help);
   }
 
   ExitCode run(Console& console) override {
@@ -40,6 +37,11 @@ class RuleCommand : public Command {
   }
 
  private:
+  static constexpr char const* help =
+      R"(The path is the one that casebook files lists. In a pattern * stands for any run of characters, ? for any one;
+put it in quotes, or the shell expands it. Capital and small letters differ. A file with a tag of its own carries that
+one alone, whatever rules say.)";
+
   using Rules = std::vector<WeakPtr<Regex<std::string>>>;
 
   void add(OpenProject& open, Console& console) const {

@@ -266,6 +266,21 @@ TEST(Attach, KeepsPathsRelativeToTheRootWhereTheyLieBelowIt) {
   std::filesystem::current_path(desk);
 }
 
+TEST(Detach, TellsFilesThatAreKeptInTwoWaysApart) {
+  Study study;
+  study.tell({"info", "--root", "/"});
+  {
+    CurrentProject const project;
+    ProjectFile::open("p.casebook", *project).edit("attach", [](Transaction& t) {
+      for (auto const* path : {"/x.png", "x.png"}) t->addAuxFile(t->recordById(7).id(), path, "");
+    });
+  }
+  EXPECT_EQ(study.tell({"detach", "7", "/x.png", "--no-tag"}).out,
+            "Detached \"/x.png\" from case 7; casebook undo FILE brings it back.\n");
+  EXPECT_EQ(study.tell({"detach", "7", "/x.png"}).out,
+            "Detached \"x.png\" from case 7; casebook undo FILE brings it back.\n");
+}
+
 TEST(FilesAndTags, AreRefusedWithReasonAndExitCode) {
   struct Case {
     Arguments arguments;
