@@ -70,7 +70,8 @@ struct CellWish {
     switch (kind) {
       case VariableType::Ordinary: return cell(text, project.variableDataType(variable));
       case VariableType::Calculated:
-        throw Failure{fmt::format("{} is computed from other variables; it cannot be set.", inQuotes(name))};
+        throw Failure{fmt::format("{} is computed from other variables; it cannot be set.", inQuotes(name)),
+                      "casebook set-expression FILE NAME TEXT changes how."};
       case VariableType::CaseStatus:
         if (text == activeWord || text == inactiveWord) return Variant{text};
         throw Failure{fmt::format("{} is \"Active\" or \"Inactive\".", inQuotes(name))};

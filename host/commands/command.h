@@ -40,6 +40,7 @@ using Commands = std::vector<std::unique_ptr<Command>>;
 // Each adds the verbs of one file, in the order in which --help lists them.
 void addFileCommands(Commands& commands);
 void addViewCommands(Commands& commands);
+void addStatsCommands(Commands& commands);
 void addCaseCommands(Commands& commands);
 void addVariableCommands(Commands& commands);
 void addAttachmentCommands(Commands& commands);

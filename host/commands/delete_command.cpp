@@ -17,9 +17,8 @@
 namespace casebook::cli {
 namespace {
 
-/// In how many cases the variable has a value: neither null nor the empty text.
 std::size_t countValues(Project& project, Variable const& variable) {
-  auto const hasValue = [&](WeakPtr<Record> record) { return !record.lock().data(variable).toString().empty(); };
+  auto const hasValue = [&](WeakPtr<Record> record) { return !isMissing(record.lock().data(variable)); };
   return static_cast<std::size_t>(std::ranges::count_if(project.records(), hasValue));
 }
 

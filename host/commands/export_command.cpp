@@ -45,7 +45,7 @@ class ExportCommand : public Command {
   static constexpr char const* help =
       R"(CSV: "Case ID" comes first. A null is an empty field; a number is the shortest text that reads back to it, or
 nan, inf, -inf; texts are given out byte for byte. Columns that import would take for another type are named
-afterwards, with the --type that each needs.
+afterwards, with the --type that each needs. Of calculated variables it has the values, JSON the expressions as well.
 JSON: "variables" describes the columns, "cases" has an array of cells for each case. A null is null; nan, inf and
 -inf are strings; a text that is not UTF-8 is {"hex": "..."}, its bytes in hexadecimal.)";
 

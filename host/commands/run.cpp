@@ -28,6 +28,7 @@ Commands allCommands() {
   Commands commands;
   addFileCommands(commands);
   addViewCommands(commands);
+  addStatsCommands(commands);
   addCaseCommands(commands);
   addVariableCommands(commands);
   addAttachmentCommands(commands);
@@ -45,7 +46,7 @@ void printHelp(Commands const& commands, std::ostream& out) {
   fmt::print(out,
              "casebook keeps the table of a study's cases in one file, with the log of every change.\n\n"
              "Usage: casebook COMMAND FILE ...\n\nCommands:\n");
-  for (auto const& command : commands) fmt::print(out, "  {:<14}{}\n", command->name(), command->summary());
+  for (auto const& command : commands) fmt::print(out, "  {:<16}{}\n", command->name(), command->summary());
   fmt::print(
       out,
       "\ncasebook COMMAND --help tells more of each. Before a value or a name that begins with \"-\" write --.\n\n"

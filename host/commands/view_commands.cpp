@@ -1,6 +1,7 @@
 #include "commands/command.h"
 #include "console/table_view.h"
 #include "project/attachment.h"
+#include "project/calculated_variables.h"
 #include "project/lookup.h"
 #include "project/open_project.h"
 #include "project/words.h"
@@ -105,27 +106,31 @@ class InfoCommand : public Command {
     view.addColumn("Type");
     view.addColumn("Nature");
     view.addColumn("Missing", TableView::Align::Right);
+    // A heading for nothing would only be in the way.
+    view.addColumn(calculatedVariables(project).empty() ? "" : "Expression");
     auto const all = project.variables();
     auto const valueless = countValueless(project, all.size());
     for (std::size_t i = 0; i < all.size(); ++i) {
       u64 const uid = all[i].id();
       auto const nature = project.variableNature(uid);
-      bool const isCalculated = project.variableType(uid) == VariableType::Calculated;
       std::size_t const missing = valueless[i];
-      view.addRow({project.variableName(uid),
-                   typeWord(project.variableDataType(uid)) + (isCalculated ? ", calculated" : ""),
+      view.addRow({project.variableName(uid), typeWords(project, uid),
                    nature == VariableNature::Unspecified ? "" : natureWord(nature),
-                   missing == 0 ? "" : fmt::format("{}", missing)});
+                   missing == 0 ? "" : fmt::format("{}", missing), expressionOf(project, uid)});
     }
     return view;
   }
 
-  /// Of each variable, how many cases have no value: null, or the empty text.
+  static std::string expressionOf(Project& project, u64 uid) {
+    return project.variableType(uid) == VariableType::Calculated ? project.variableExpression(uid) : "";
+  }
+
+  /// Of each variable, how many cases have no value.
   static std::vector<std::size_t> countValueless(Project& project, std::size_t variables) {
     std::vector<std::size_t> counts(variables);
     for (auto record : project.records()) {
       auto const row = project.getRow(record.id());
-      for (std::size_t i = 0; i < variables; ++i) counts[i] += row[i].toString().empty() ? 1 : 0;
+      for (std::size_t i = 0; i < variables; ++i) counts[i] += isMissing(row[i]) ? 1 : 0;
     }
     return counts;
   }
@@ -158,11 +163,24 @@ class ShowCommand : public Command {
     if (columns < variables.size())
       fmt::print(console.out, ", {} of {}; --column NAME chooses others", columns,
                  counted(variables.size(), "variable"));
-    fmt::print(console.out, ".\n");
+    fmt::print(console.out, ".{}\n",
+               calculatedWords(project, {variables.begin(), variables.begin() + difference(columns)}));
     return ExitCode::Ok;
   }
 
  private:
+  /// " Calculated: "Ratio", "Index" and 2 more."; empty when none of the variables is.
+  static std::string calculatedWords(Project& project, std::vector<WeakPtr<Variable>> const& variables) {
+    constexpr std::size_t named = 3;
+    std::string words;
+    std::size_t count = 0;
+    for (auto variable : variables)
+      if (project.variableType(variable.id()) == VariableType::Calculated && ++count <= named)
+        words += fmt::format("{} {}", count == 1 ? " Calculated:" : ",", inQuotes(project.variableName(variable.id())));
+    if (count > named) words += fmt::format(" and {} more", count - named);
+    return count == 0 ? "" : words + ".";
+  }
+
   static std::ptrdiff_t difference(std::size_t n) { return static_cast<std::ptrdiff_t>(n); }
 
   std::vector<WeakPtr<Variable>> chosenVariables(Project& project) const {

@@ -29,6 +29,11 @@ std::vector<std::string> variableNames(Project& project) {
   return names;
 }
 
+std::string typeWords(Project& project, u64 variable) {
+  bool const isCalculated = project.variableType(variable) == VariableType::Calculated;
+  return typeWord(project.variableDataType(variable)) + (isCalculated ? ", calculated" : "");
+}
+
 WeakPtr<Variable> findVariable(Project& project, std::string const& name) {
   auto const variable = project.variable(name);
   if (variable) return variable;

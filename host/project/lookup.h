@@ -13,6 +13,9 @@ namespace casebook::cli {
 
 [[nodiscard]] std::vector<std::string> variableNames(Project& project);
 
+/// What a variable holds: "text"; "number, calculated".
+[[nodiscard]] std::string typeWords(Project& project, u64 variable);
+
 /// Throws Failure with the nearest names when there is none.
 [[nodiscard]] WeakPtr<Variable> findVariable(Project& project, std::string const& name);
 

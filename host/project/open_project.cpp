@@ -3,6 +3,7 @@
 #include "console/messages.h"
 #include "console/output_file.h"
 #include "console/progress.h"
+#include "project/calculated_variables.h"
 #include "text/numbers.h"
 #include "text/utf8.h"
 
@@ -61,17 +62,36 @@ OpenProject::OpenProject(std::filesystem::path const& path, For purpose, Console
 
 void OpenProject::edit(std::string_view label, std::function<void(Transaction&)> const& change) {
   constexpr std::size_t longestLabel = 2000;
-  if (file_.edit(cutToBytes(label, longestLabel), change)) console_.stored = true;
+  carryOut([&] { return file_.edit(cutToBytes(label, longestLabel), change); });
 }
 
 void OpenProject::undo(std::size_t steps) {
-  readHistory([&] { file_.undo(steps); });
-  console_.stored = true;
+  step([&] { file_.undo(steps); });
 }
 
 void OpenProject::redo(std::size_t steps) {
-  readHistory([&] { file_.redo(steps); });
+  step([&] { file_.redo(steps); });
+}
+
+void OpenProject::step(std::function<void()> const& walk) {
+  carryOut([&] {
+    readHistory(walk);
+    return true;
+  });
+}
+
+void OpenProject::carryOut(std::function<bool()> const& write) {
+  auto const calculated = calculatedVariables(*project_);
+  if (!write()) return;
   console_.stored = true;
+  bool isLost = false;
+  for (auto const& [name, fault] : madeStatic(*project_, calculated)) {
+    isLost = isLost || !fault.empty();
+    printWarning(console_, fault.empty() ? fmt::format("{} is not calculated any more.", inQuotes(name))
+                                         : fmt::format("{} keeps its values, but is not calculated any more: {}",
+                                                       inQuotes(name), fault));
+  }
+  if (isLost) printHint(console_, "casebook set-expression FILE NAME TEXT --replace calculates it anew.");
 }
 
 std::size_t OpenProject::transactions() const {

@@ -35,6 +35,8 @@ class OpenProject {
   /// file, and what ProjectFile throws when it cannot be opened. The console is borrowed.
   OpenProject(std::filesystem::path const& path, For purpose, Console& console);
 
+  /// All three name on stderr the variables that are calculated no more, and why.
+
   /// Writes an edit, under a label that is cut where it is too long for a log, and notes in the console that the file
   /// has changed. Throws as ProjectFile::edit does.
   void edit(std::string_view label, std::function<void(Transaction&)> const& change);
@@ -52,6 +54,10 @@ class OpenProject {
   [[nodiscard]] ProjectFile const& file() const noexcept { return file_; }
 
  private:
+  /// `write` says whether it has written.
+  void carryOut(std::function<bool()> const& write);
+  void step(std::function<void()> const& walk);
+
   Console& console_;
   CurrentProject project_;
   ProjectFile file_;

@@ -10,7 +10,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -18,16 +17,6 @@ namespace casebook::cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string_view kindWord(VariableType type) {
-  switch (type) {
-    case VariableType::Ordinary: return "ordinary";
-    case VariableType::Calculated: return "calculated";
-    case VariableType::CaseStatus: return "case status";
-    case VariableType::CaseIdentifier: return "case identifier";
-  }
-  return "unknown";
-}
 
 /// Calls `eachCell` for every cell of a row and `endRow` after it, row by row.
 template <class EachCell, class EndRow>
@@ -75,16 +64,6 @@ Json describe(Project& project, u64 variable) {
   if (auto const text = project.variableDescription(variable); !text.empty()) json["description"] = jsonText(text);
   if (auto const text = project.variableExpression(variable); !text.empty()) json["expression"] = jsonText(text);
   return json;
-}
-
-std::string jsonCell(Variant const& cell) {
-  switch (cell.type()) {
-    case Variant::Null: return "null";
-    case Variant::String: return jsonText(cell.stringValue()).dump();
-    case Variant::UnsignedInteger: return cell.toString();
-    case Variant::FloatingPoint: break;
-  }
-  return std::isfinite(cell.doubleValue()) ? cell.toString() : Json(cell.toString()).dump();
 }
 
 }  // namespace

@@ -1,9 +1,13 @@
 #include "project/words.h"
 
+#include "text/json_text.h"
 #include "text/numbers.h"
 #include "text/utf8.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
 
 namespace casebook::cli {
 
@@ -36,6 +40,30 @@ std::optional<VariableNature> readNature(std::string_view word) {
     if (natureWord(nature) == word) return nature;
   auto const number = readWholeNumber(word);
   return number ? std::optional{static_cast<VariableNature>(*number)} : std::nullopt;
+}
+
+std::string_view kindWord(VariableType type) {
+  switch (type) {
+    case VariableType::Ordinary: return "ordinary";
+    case VariableType::Calculated: return "calculated";
+    case VariableType::CaseStatus: return "case status";
+    case VariableType::CaseIdentifier: return "case identifier";
+  }
+  return "unknown";
+}
+
+bool isMissing(Variant const& value) {
+  return value.type() == Variant::String ? value.stringValue().empty() : std::isnan(value.doubleValue());
+}
+
+std::string jsonCell(Variant const& value) {
+  switch (value.type()) {
+    case Variant::Null: return "null";
+    case Variant::String: return jsonText(value.stringValue()).dump();
+    case Variant::UnsignedInteger: return value.toString();
+    case Variant::FloatingPoint: break;
+  }
+  return std::isfinite(value.doubleValue()) ? value.toString() : fmt::format("\"{}\"", value.toString());
 }
 
 std::string valueWords(Variant const& value) {

@@ -22,6 +22,16 @@ constexpr std::string_view inactiveWord = "Inactive";
 [[nodiscard]] std::string natureWord(VariableNature nature);
 [[nodiscard]] std::optional<VariableNature> readNature(std::string_view word);
 
+/// "ordinary", "calculated", "case status", "case identifier".
+[[nodiscard]] std::string_view kindWord(VariableType type);
+
+/// Whether a cell holds no value: null, NaN or the empty text.
+[[nodiscard]] bool isMissing(Variant const& value);
+
+/// A value in JSON: a text is what jsonText makes of it, a null is null; what JSON has no number for is "nan", "inf",
+/// "-inf".
+[[nodiscard]] std::string jsonCell(Variant const& value);
+
 /// A value within a sentence: null, 3800, "MALE".
 [[nodiscard]] std::string valueWords(Variant const& value);
 

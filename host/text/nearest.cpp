@@ -1,7 +1,5 @@
 #include "text/nearest.h"
 
-#include "text/utf8.h"
-
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -49,7 +47,7 @@ std::size_t strangeness(std::string_view wanted, std::string_view name) {
 
 }  // namespace
 
-std::string nearest(std::string_view wanted, std::span<std::string const> names) {
+std::string nearest(std::string_view wanted, std::span<std::string const> names, NameWriter written) {
   constexpr std::size_t atMost = 3;
   std::vector<std::pair<std::size_t, std::size_t>> ranked;  // strangeness, place in `names`
   for (std::string const& name : names) ranked.emplace_back(strangeness(wanted, name), ranked.size());
@@ -58,15 +56,15 @@ std::string nearest(std::string_view wanted, std::span<std::string const> names)
   std::size_t const limit = std::max<std::size_t>(1, wanted.size() / 3);
   std::vector<std::string> near;
   for (auto const& [distance, i] : ranked)
-    if (distance <= limit && near.size() < atMost) near.push_back(inQuotes(names[i]));
+    if (distance <= limit && near.size() < atMost) near.push_back(written(names[i]));
   return near.empty() ? "" : fmt::format("Did you mean {}?", fmt::join(near, " or "));
 }
 
-std::string suggestion(std::string_view wanted, std::span<std::string const> names) {
-  std::string near = nearest(wanted, names);
+std::string suggestion(std::string_view wanted, std::span<std::string const> names, NameWriter written) {
+  std::string near = nearest(wanted, names, written);
   if (!near.empty()) return near;
   std::vector<std::string> some;
-  for (std::string const& name : names.first(std::min<std::size_t>(names.size(), 8))) some.push_back(inQuotes(name));
+  for (std::string const& name : names.first(std::min<std::size_t>(names.size(), 8))) some.push_back(written(name));
   if (some.empty()) return {};
   bool const all = some.size() == names.size();
   return fmt::format("{} {}.", all ? "There are" : "Some of the names are", fmt::join(some, ", "));

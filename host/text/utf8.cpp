@@ -139,6 +139,26 @@ std::string shortened(std::string_view text, std::size_t width) {
   return std::string{text};
 }
 
+std::string shortenedInFront(std::string_view text, std::size_t width) {
+  std::size_t used = displayWidth(text);
+  if (used <= width) return std::string{text};
+  while (used >= width && !text.empty()) {
+    CodePoint const c = decode(text);
+    used -= widthOf(c);
+    text.remove_prefix(c.length);
+  }
+  return "…" + std::string{text};
+}
+
+std::string withCaret(std::string_view text, std::size_t position) {
+  constexpr std::size_t widest = 76;
+  constexpr std::size_t widestBefore = 48;
+  std::string const before = shortenedInFront(printable(text.substr(0, position)), widestBefore);
+  std::size_t const column = displayWidth(before);
+  return fmt::format("  {}{}\n  {:>{}}", before, shortened(printable(text.substr(position)), widest - column), "^",
+                     column + 1);
+}
+
 std::string cutToBytes(std::string_view text, std::size_t bytes) {
   constexpr std::string_view ellipsis = "…";
   if (text.size() <= bytes) return std::string{text};

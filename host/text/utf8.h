@@ -26,6 +26,13 @@ namespace casebook::cli {
 /// The longest beginning of a printable text that fits `width` columns, closed with "…" when something is left out.
 [[nodiscard]] std::string shortened(std::string_view text, std::size_t width);
 
+/// The longest end of a printable text that fits `width` columns, opened with "…" when something is left out.
+[[nodiscard]] std::string shortenedInFront(std::string_view text, std::size_t width);
+
+/// The text on one line and a "^" on a second, under the byte at `position` or behind the last one: "  a + b\n      ^".
+/// Of a text too long for 80 columns, what stands around the place.
+[[nodiscard]] std::string withCaret(std::string_view text, std::size_t position);
+
 /// The longest beginning of a UTF-8 text that is not longer than `bytes`, closed with "…" when something is left out.
 [[nodiscard]] std::string cutToBytes(std::string_view text, std::size_t bytes);
 
