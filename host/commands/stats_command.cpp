@@ -173,7 +173,9 @@ there. In the histogram a number on an edge counts in the interval that begins t
 
   void tellValues(ColumnStatistics const& statistics, Console& console) const {
     auto values = statistics.counts;
-    std::ranges::stable_sort(values, std::ranges::greater{}, &ColumnStatistics::ValueCount::cases);
+    std::ranges::sort(values, [](auto const& a, auto const& b) {
+      return a.cases == b.cases ? a.value < b.value : a.cases > b.cases;
+    });
     std::size_t const all = values.size();
     values.resize(std::min(all, limit_));
     if (values.empty()) return;

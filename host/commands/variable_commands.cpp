@@ -12,6 +12,7 @@
 #include <fmt/ostream.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <optional>
 
 namespace casebook::cli {
@@ -126,9 +127,9 @@ class SetExpressionCommand : public Command {
     OpenProject open{file_, OpenProject::For::Writing, console};
     Project& project = open.project();
     u64 const uid = findVariable(project, variable_).id();
-    static_cast<void>(compile(expression_, variableNames(project)));
+    Expression const expression = compile(expression_, variableNames(project));
     bool const isCalculated = project.variableType(uid) == VariableType::Calculated;
-    if (!isCalculated) checkReplaceable(project, uid);
+    if (!isCalculated) checkReplaceable(project, uid, expression);
     if (isCalculated && project.variableExpression(uid) == expression_) {
       fmt::print(console.out, "{} is calculated like that already.\n", inQuotes(variable_));
       return ExitCode::Ok;
@@ -141,12 +142,19 @@ class SetExpressionCommand : public Command {
   }
 
  private:
-  /// What was entered by hand goes only when that is asked for.
-  void checkReplaceable(Project& project, u64 uid) const {
-    if (replace_) return;
-    throw Failure{fmt::format("{} is not calculated; its {} would be replaced.", inQuotes(variable_),
-                              counted(ColumnStatistics::of(project, uid).cases, "value")),
-                  "--replace does it; casebook undo FILE brings them back."};
+  /// What was entered by hand goes only when that is asked for, and never for a calculation from itself, which gives
+  /// nothing.
+  void checkReplaceable(Project& project, u64 uid, Expression const& expression) const {
+    auto const variables = project.variables();
+    auto const isItself = [&](std::size_t column) { return variables[column].id() == uid; };
+    if (std::ranges::any_of(expression.columns(), isItself))
+      throw Failure{
+          fmt::format("{} is not calculated; an expression that reads it cannot take its place.", inQuotes(variable_)),
+          "casebook add-variable FILE NAME --expression TEXT calculates another variable from it."};
+    if (!replace_)
+      throw Failure{fmt::format("{} is not calculated; its {} would be replaced.", inQuotes(variable_),
+                                counted(ColumnStatistics::of(project, uid).cases, "value")),
+                    "--replace does it; casebook undo FILE brings them back."};
   }
 
   void set(Transaction& transaction, u64 uid, bool isCalculated) const {

@@ -6,6 +6,7 @@
 #include "text/utf8.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <map>
 #include <optional>
@@ -27,7 +28,7 @@ std::string namesFor(Expression::Error const& error, std::vector<std::string> co
   }
   auto const all = Expression::functions();
   std::string near = nearest(error.unknownName(), std::vector<std::string>{all.begin(), all.end()}, asWritten);
-  return near.empty() ? "docs/expressions.md lists the functions." : near;
+  return near.empty() ? fmt::format("There are {}.", fmt::join(all, ", ")) : near;
 }
 
 /// What is wrong, and where: the text on a line of its own with a caret under the place.

@@ -1,11 +1,11 @@
 #include "desk.h"
 
 #include "csv/csv_reader.h"
-
-#include <casebook/casebook.h>
-#include <casebook/file.h>
 #include "project/open_project.h"
 
+#include <casebook/casebook.h>
+
+#include <map>
 #include <nlohmann/json.hpp>
 
 namespace casebook::cli {
@@ -27,6 +27,12 @@ Result runOn(Desk& desk, Arguments arguments) {
 
 std::string tables(Desk& desk) { return desk.csv("p.casebook") + desk.done({"export", "p.casebook", "--json"}); }
 
+std::string allFunctions() {
+  std::string all;
+  for (std::string_view const function : Expression::functions()) all.append(all.empty() ? "" : ", ").append(function);
+  return all;
+}
+
 TEST(Expressions, AreRefusedBeforeAnythingIsWrittenWithThePlaceAndTheNearestNames) {
   struct Case {
     std::string text;
@@ -41,8 +47,7 @@ TEST(Expressions, AreRefusedBeforeAnythingIsWrittenWithThePlaceAndTheNearestName
        "There is no column \"xyzzy\".\n  xyzzy\n  ^\n"
        "hint: There are [Case ID], Mass, [Body Mass (g)], Sex, New.\n"},
       {"2 * Abbs(Mass)", "There is no function \"Abbs\".\n  2 * Abbs(Mass)\n      ^\nhint: Did you mean abs?\n"},
-      {"zzzzzzz(1)",
-       "There is no function \"zzzzzzz\".\n  zzzzzzz(1)\n  ^\nhint: docs/expressions.md lists the functions.\n"},
+      {"zzzzzzz(1)", "There is no function \"zzzzzzz\".\n  zzzzzzz(1)\n  ^\nhint: There are " + allFunctions() + ".\n"},
       {"'日本' == Sex +", "The expression ends where a value is expected.\n  '日本' == Sex +\n                 ^\n"},
       {"1\n\t+ $", "\"$\" means nothing in an expression.\n  1\\n\\t+ $\n         ^\n"},
       {"", "There is no expression.\n  \n  ^\n"},
@@ -69,6 +74,10 @@ TEST(Expressions, AreRefusedBeforeAnythingIsWrittenWithThePlaceAndTheNearestName
             1,
             "\"Mass\" is not calculated; its 4 values would be replaced.\n"
             "hint: --replace does it; casebook undo FILE brings them back.\n"},
+           {{"set-expression", "Sex", "if(Sex == 'F', 1, 0)", "--replace"},
+            1,
+            "\"Sex\" is not calculated; an expression that reads it cannot take its place.\n"
+            "hint: casebook add-variable FILE NAME --expression TEXT calculates another variable from it.\n"},
            {{"set-expression", "Case ID", "1", "--replace"}, 1, "\"Case ID\" is built in and keeps its values.\n"},
            {{"set-expression", "New", "1"},
             1,
@@ -127,23 +136,24 @@ TEST(CalculatedVariables, FollowTheirInputsAndAreNamedWhenTheyNoLongerDo) {
        madeStatic("Half", noMass + "  Mass / [Body Mass (g)]\n  ^\n"),
        "6,10,F,0.6,1.2"},
       {{"set", "1", "Weight", "1"}, "Case 1, \"Weight\": 6 -> 1\n", "", "1,10,F,0.6,1.2"},
+      {{"add-case"}, "Added case 5.\n", "", "1,10,F,0.6,1.2"},
       {{"set", "1", "Half", "5"}, "Case 1, \"Half\": 0.6 -> 5\n", "", "1,10,F,5,10"},
       {{"delete", "--variable", "Half"},
        "Deleted variable \"Half\" and its 3 values; casebook undo FILE brings it back.\n",
        madeStatic("Twice", noHalf),
        "1,10,F,10"},
-      {{"undo"}, "Undid 11: delete variable \"Half\"\n", "", "1,10,F,5,10"},
-      {{"redo"}, "Redid 11: delete variable \"Half\"\n", madeStatic("Twice", noHalf), "1,10,F,10"},
-      {{"set-expression", "Sex", "if(Sex == 'F', 1, 0)", "--replace"},
-       "\"Sex\" is calculated as \"if(Sex == 'F', 1, 0)\"; 0 of 4 cases have a value.\n",
-       "warning: \"Sex\" reads itself: it has no value in any case.\n",
-       "1,10,,10"},
+      {{"undo"}, "Undid 12: delete variable \"Half\"\n", "", "1,10,F,5,10"},
+      {{"redo"}, "Redid 12: delete variable \"Half\"\n", madeStatic("Twice", noHalf), "1,10,F,10"},
+      {{"set-expression", "Sex", "--replace", "--", "-Weight"},
+       "\"Sex\" is calculated as \"-Weight\"; 4 of 5 cases have a value.\n",
+       "",
+       "1,10,-1,10"},
       {{"undo"},
-       "Undid 14: set expression of \"Sex\" to \"if(Sex == 'F', 1, 0)\"\n",
+       "Undid 15: set expression of \"Sex\" to \"-Weight\"\n",
        "warning: \"Sex\" is not calculated any more.\n",
        "1,10,F,10"},
       {{"set-expression", "Twice", "Weight + 1", "--replace"},
-       "\"Twice\" is calculated as \"Weight + 1\"; 4 of 4 cases have a value.\n",
+       "\"Twice\" is calculated as \"Weight + 1\"; 4 of 5 cases have a value.\n",
        "",
        "1,10,F,2"}};
   Desk desk;
@@ -160,7 +170,8 @@ TEST(CalculatedVariables, FollowTheirInputsAndAreNamedWhenTheyNoLongerDo) {
             "casebook: \"Twice\" is computed from other variables; it cannot be set.\n"
             "hint: casebook set-expression FILE NAME TEXT changes how.\n");
   std::string const last = tables(desk);
-  std::size_t const standing = 9;
+  EXPECT_EQ(linesOf(desk.csv("p.casebook")).back(), "5,,,,");
+  std::size_t const standing = 10;
   EXPECT_EQ(runOn(desk, {"undo", std::to_string(standing)}).code, 0);
   EXPECT_EQ(tables(desk), imported);
   EXPECT_EQ(runOn(desk, {"redo", std::to_string(standing)}).code, 0);
@@ -171,21 +182,22 @@ TEST(CalculatedVariables, AreShownAsSuchAndTheirValuesReadBack) {
   Desk desk;
   makeBirds(desk);
   runOn(desk, {"add-variable", "Log", "--expression", "ln(Mass) / ([Body Mass (g)] * 0)"});
-  runOn(desk, {"add-variable", "None", "--expression", "Sex + 1"});
+  runOn(desk, {"set-expression", "Sex", "null", "--replace"});
+  EXPECT_EQ(runOn(desk, {"add-variable", "Self", "--expression", "-Self"}).err,
+            "warning: \"Self\" reads itself: it has no value in any case.\n");
+  runOn(desk, {"undo"});
   Result const exported = desk.run({"export", "p.casebook", "--csv"});
-  EXPECT_EQ(exported.out,
-            "Case ID,Mass,Body Mass (g),Sex,Log,None\n1,2,10,F,inf,\n2,0,,,,\n3,-3,0,M,nan,\n4,4,40,F,inf,\n");
-  EXPECT_EQ(exported.err, "hint: To bring back every type, import with --type \"Log=number\" --type \"None=number\"\n");
-  desk.import("q.casebook", exported.out, {"--type", "Log=number", "--type", "None=number"});
+  EXPECT_EQ(exported.out, "Case ID,Mass,Body Mass (g),Sex,Log\n1,2,10,,inf\n2,0,,,\n3,-3,0,,nan\n4,4,40,,inf\n");
+  EXPECT_EQ(exported.err, "hint: To bring back every type, import with --type \"Sex=number\" --type \"Log=number\"\n");
+  desk.import("q.casebook", exported.out, {"--type", "Sex=number", "--type", "Log=number"});
   EXPECT_EQ(desk.csv("q.casebook"), exported.out);
   auto const table = json::parse(desk.done({"export", "p.casebook", "--json"}));
-  EXPECT_EQ(table.at("cases").at(0), json::parse(R"([1, 2, 10, "F", "inf", null])"));
-  EXPECT_EQ(table.at("variables").at(5), json::parse(R"({"name": "None", "type": "number", "nature": "none",
-      "kind": "calculated", "expression": "Sex + 1"})"));
+  EXPECT_EQ(table.at("cases").at(0), json::parse(R"([1, 2, 10, null, "inf"])"));
+  EXPECT_EQ(table.at("variables").at(3), json::parse(R"({"name": "Sex", "type": "number", "nature": "none",
+      "kind": "calculated", "expression": "null"})"));
   EXPECT_EQ(desk.done({"show", "p.casebook", "--limit", "1", "--column", "Log"}),
             "Case ID  Log\n      1  inf\n\n1 of 4 cases. Calculated: \"Log\".\n");
-  auto const info = linesOf(desk.done({"info", "p.casebook"}));
-  EXPECT_EQ(info.at(info.size() - 2),
+  EXPECT_EQ(linesOf(desk.done({"info", "p.casebook"})).back(),
             "Log            number, calculated                2  ln(Mass) / ([Body Mass (g)] * 0)");
 }
 
