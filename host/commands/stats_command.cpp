@@ -90,9 +90,12 @@ class StatsCommand : public Command {
     if (variable_) {
       u64 const uid = findVariable(project, *variable_).id();
       auto const statistics = ColumnStatistics::of(project, uid);
-      json_ ? writeOne(project, uid, statistics, console) : tellOne(project, uid, statistics, console);
+      if (json_) writeOne(project, uid, statistics, console);
+      else tellOne(project, uid, statistics, console);
+    } else if (json_) {
+      writeAll(project, console);
     } else {
-      json_ ? writeAll(project, console) : tellAll(project, console);
+      tellAll(project, console);
     }
     auto const ids = caseIds(project);
     if (std::ranges::adjacent_find(ids) != ids.end())
@@ -109,8 +112,8 @@ there. In the histogram a number on an edge counts in the interval that begins t
     TableView view;
     view.addColumn("Variable");
     view.addColumn("Type");
-    for (auto const* heading : {"Values", "Missing", "Distinct", "Minimum", "Maximum"})
-      view.addColumn(heading, TableView::Align::Right);
+    constexpr std::array figures{"Values", "Missing", "Distinct", "Minimum", "Maximum"};
+    for (auto const* heading : figures) view.addColumn(heading, TableView::Align::Right);
     for (auto variable : project.variables()) {
       auto const statistics = ColumnStatistics::of(project, variable.id());
       auto const& numbers = statistics.numbers;
@@ -120,8 +123,9 @@ there. In the histogram a number on an edge counts in the interval that begins t
                    fmt::format("{}", statistics.counts.size()), numbers ? text(numbers->minimum) : "",
                    numbers ? text(numbers->maximum) : ""});
     }
-    view.print(console);
-    fmt::print(console.out, "\n{}.\n", counted(project.records().size(), "case"));
+    std::size_t const columns = view.print(console);
+    fmt::print(console.out, "\n{}{}.\n", counted(project.records().size(), "case"),
+               columns < 2 + figures.size() ? "; there is no room for all columns, --json has them" : "");
   }
 
   static void writeAll(Project& project, Console& console) {
