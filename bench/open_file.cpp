@@ -92,7 +92,8 @@ void open(benchmark::State& state, std::uint64_t edits) {
 }  // namespace
 
 void registerOpenFile() {
-  for (std::uint64_t const edits : {1'000, 100'000, 1'000'000})
+  // Making the file takes a rebuild of all statistics an edit.
+  for (std::uint64_t const edits : {1'000, 100'000})
     benchmark::RegisterBenchmark(("openFile/" + std::to_string(edits)).c_str(),
                                  [edits](benchmark::State& state) { open(state, edits); })
         ->Iterations(3)
