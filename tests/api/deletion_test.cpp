@@ -91,9 +91,6 @@ TEST_F(Deletion, IsRefusedInTheOrderOfTheTests) {
       EXPECT_EQ(refusal(), created);
       p.processJournalTransaction(Journal::Transaction{creation, 0}, Journal::Direction::Backwards);
       EXPECT_EQ(refusal(), twice);
-      p.processJournalTransaction(Journal::Transaction{creation, 0}, Journal::Direction::Forwards);
-      EXPECT_EQ(refusal(), created);
-      p.processJournalTransaction(Journal::Transaction{creation, 0}, Journal::Direction::Backwards);
     });
   }
   EXPECT_EQ(refusalOf([&] { project_->eraseVariable(1); }), caseId);
@@ -124,9 +121,8 @@ TEST_F(Deletion, IsCarriedOutAtTheEndKindByKind) {
 TEST_F(Deletion, IsReportedAloneAndAgainWithTheRest) {
   transact([](Project& p) { p.addAuxFile(p.addRecord().id(), "f", ""); });
   Listener listener{*project_};
-  auto const text = [&](char const* name) { project_->setFriendlyName(name); };
   transact([&](Project& p) {
-    text("a");
+    p.setFriendlyName("a");
     p.setVariableName(1, "id");
     p.activate(3, false);
     p.addTagGroup("g");
@@ -136,17 +132,7 @@ TEST_F(Deletion, IsReportedAloneAndAgainWithTheRest) {
             (Lines{"pre -r3 -f4", "change -r3 -f4", "journal 1001 2006 2001 3003 7001 80004001 80003002",
                    "pre -r3 -f4 +v5 +g6 ~1001(>a) ~v1 values", "change -r3 -f4 +v5 +g6 ~1001(>a) ~v1 values"}));
   undo();
-  EXPECT_EQ(listener.take(),
-            (Lines{"pre -v5 -g6", "change -v5 -g6", "journal 3002 4001 80007001 3003 80002001 2006 1001",
-                   "pre -v5 -g6 +r3 +f4 ~1001(a>) ~v1 values", "change -v5 -g6 +r3 +f4 ~1001(a>) ~v1 values"}));
-  // What comes back in the transaction that took it out is new.
-  transact([&](Project& p) {
-    auto const block = journal_.blocks.back();
-    p.addTagGroup("h");
-    p.processJournalTransaction(Journal::Transaction{block, 0}, Journal::Direction::Backwards);
-    p.processJournalTransaction(Journal::Transaction{block, 0}, Journal::Direction::Forwards);
-  });
-  EXPECT_EQ(listener.take().back(), "change -v5 -g6 +r3 +g7 +f4 ~1001(>) ~v1 values");
+  EXPECT_EQ(listener.take().back(), "change -v5 -g6 +r3 +f4 ~1001(a>) ~v1 values");
 }
 
 TEST_F(Deletion, OfTheCaseStatusTakesEffectAtOnce) {
@@ -165,29 +151,16 @@ TEST_F(Deletion, OfTheCaseStatusTakesEffectAtOnce) {
 TEST_F(Deletion, LeavesHandlesHarmless) {
   for (auto const& kind : kinds) {
     u64 uid = 0;
-    auto const add = [&] { transact([&](Project& p) { uid = kind.add(p); }); };
-    add();
-    std::optional ofUndone{kind.lock(uid)};
-    undo();
-    ofUndone.reset();
-    EXPECT_TRUE(project_->isCompletelyUnlocked());
-    add();
+    transact([&](Project& p) { uid = kind.add(p); });
     auto const erase = [&] { transact([&](Project& p) { kind.erase(p, uid); }); };
-
     std::optional held{kind.lock(uid)};
     erase();
     EXPECT_FALSE(kind.lock(uid)());
     EXPECT_TRUE(project_->isCompletelyUnlocked());
-    held.reset();
-
-    undo();
-    held = kind.lock(uid);
-    erase();
     undo();
     std::optional second{kind.lock(uid)};
     EXPECT_FALSE(project_->isCompletelyUnlocked());
-    held.reset();
-    second.reset();
+    held.reset(), second.reset();
     EXPECT_TRUE(project_->isCompletelyUnlocked());
   }
 }

@@ -125,6 +125,12 @@ RC_GTEST_PROP(FileTags, AreThoseOfTheFilesAndRulesAtEveryTime, ()) {
     if (*rc::gen::inRange(0, 20) == 0) project->resetProject(), journal.blocks.clear();
     check();
   }
+  auto const copy = createProject();
+  RC_ASSERT(copy->tags().empty());
+  auto const checkpoint = project->checkpoint();
+  Journal::Transaction const blocks[] = {{checkpoint.block, 0}};
+  copy->restore(blocks, checkpoint.nextUid);
+  Recount{*project}.expectSameAnswers(*copy);
 }
 
 TEST(FileTags, AreFoundAlsoAfterMoreChangesThanAreRemembered) {

@@ -76,15 +76,13 @@ TEST(JournalBlock, ClaimsAreComparedWithTheBytes) {
                                                       {amidst, 5, true, 21},
                                                       {blockOf(12, 0, ""), 0, true, 12},
                                                       {blockOf(12, 99, "-"), 0, true, 12},
-                                                      {blockOf(21, check + 1, "123456789"), 0, false, 21},
                                                       {nines(20), 0, false, 20},
+                                                      {blockOf(21, check + 1, "123456789"), 0, false, 21},
                                                       {nines(22), 0, false, 22},
                                                       {nines(all), 0, false, all},
                                                       {nines(all - 4), 0, false, all - 4},
-                                                      {{}, 0, false, 0},
                                                       {Content(11, 12), 0, false, 0},
                                                       {nines(21), 21, false, 0},
-                                                      {nines(21), all, false, 0},
                                                       {nines(21), all - 11, false, 0}};
   for (auto const& [bytes, offset, valid, length] : rows) {
     Journal::Transaction const block{bytes, offset};

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
 #include <tuple>
 
 namespace casebook {
@@ -30,22 +28,16 @@ TEST(AuxFiles, AreOnceForEachRecordPathAndTag) {
   CurrentProject const project;
   project->addRecord(), project->addRecord();
   std::tuple<u64, char const*, char const*, u64> const rows[] = {
-      {2, "a.png", "", 4}, {2, "a.png", "", 4},  {2, "a.png", "t", 5}, {2, "A.png", "", 6},   {3, "a.png", "", 7},
-      {2, "", "", 8},      {2, "a.png", "t", 5}, {2, "a.png", "T", 9}, {2, "./a.png", "", 10}};
+      {2, "a.png", "", 4}, {2, "a.png", "t", 5}, {2, "A.png", "", 6}, {3, "a.png", "", 7}, {2, "a.png", "t", 5}};
   for (auto const& [record, path, tag, uid] : rows) EXPECT_EQ(project->addAuxFile(record, path, tag).id(), uid);
-  EXPECT_EQ(project->auxFiles().size(), 7u);
   EXPECT_EQ(project->auxFiles(3), std::vector{WeakPtr<AuxFile>{7}});
 }
 
 TEST(AuxFiles, RelativePathsAreJoinedToTheRoot) {
   CurrentProject const project;
   project->addRecord();
-  std::tuple<char const*, char const*, char const*> const rows[] = {{"/data", "a/b.png", "/data/a/b.png"},
-                                                                    {"/data", "/c/d", "/c/d"},
-                                                                    {"/data/", "a", "/data/a"},
-                                                                    {"/data", "", "/data"},
-                                                                    {"", "a", "a"},
-                                                                    {"data", "../a", "data/../a"}};
+  std::tuple<char const*, char const*, char const*> const rows[] = {
+      {"/data", "a/b.png", "/data/a/b.png"}, {"/data", "/c/d", "/c/d"}, {"/data/", "a", "/data/a"}, {"", "a", "a"}};
   for (auto const& [root, stored, full] : rows) {
     project->setRootPath(root);
     auto const file = project->addAuxFile(2, stored, "").lock();
@@ -61,13 +53,12 @@ TEST(TagGroups, KeepTheirOrderAndTakeATagOfTheirOwnHoweverFullTheyAre) {
   for (auto const* tag : {"a", "b", "a"}) p.addTag(group, tag);
   p.insertTag(group, "a first one that is not kept in place", 0);
   p.removeTag(group, "a");
-  std::vector<std::string> expected{"a first one that is not kept in place", "b", "a"};
-  EXPECT_EQ(p.tags(group), expected);
+  Tags expected{"a first one that is not kept in place", "b", "a"};
   expected.resize(20, expected.front());
   while (p.tags(group).size() < 20) p.addTag(group, p.tags(group).front());
   EXPECT_EQ(p.tags(group), expected);
   p.setTagGroupName(group, "G");
-  EXPECT_EQ(p.tagGroup("G").id(), group);
+  EXPECT_TRUE(TagGroupNameIs{"G"}(p.tagGroup("G")));
   EXPECT_FALSE(p.tagGroup("g"));
 }
 
@@ -78,7 +69,6 @@ TEST(TagGroups, AndRulesRefuseWhatDoesNotFit) {
   p.addTag(2, "a");
   std::string const longest(4096, '*');
   p.addPathRegex(longest, "t");
-  auto const target = p.addVariable("x", {}, {}, {}).lock();
   auto const duplicate = "Duplicate tag group names are not allowed. (false)";
   auto const beyond = "Attempted to insert a tag beyond the end of its group. (true)";
   auto const tooLong = "A pattern is at most 4096 bytes long. (false)";
@@ -86,33 +76,27 @@ TEST(TagGroups, AndRulesRefuseWhatDoesNotFit) {
   EXPECT_EQ(refusalOf([&] { p.addTagGroup("G"); }), duplicate);
   EXPECT_EQ(refusalOf([&] { p.setTagGroupName(2, "G"); }), duplicate);
   EXPECT_EQ(refusalOf([&] { p.insertTag(2, "x", 2); }), beyond);
-  EXPECT_EQ(refusalOf([&] { p.insertTag(2, "x", ~u64{0}); }), beyond);
   EXPECT_EQ(refusalOf([&] { p.removeTag(3, "a"); }), "Attempted to remove a tag that is not in its group. (true)");
   EXPECT_EQ(refusalOf([&] { p.addPathRegex(longest + 'a', "t"); }), tooLong);
   EXPECT_EQ(refusalOf([&] { p.setPathRegexExpression(4, longest + 'a'); }), tooLong);
-  EXPECT_EQ(refusalOf([&] { p.addVariableRegex(longest + 'a', target); }), tooLong);
+  EXPECT_EQ(refusalOf([&] { p.addVariableRegex(longest + 'a', p.getCaseIDColumn().lock()); }), tooLong);
   EXPECT_EQ(refusalOf([&] { p.setTagGroupName(99, "G"); }), duplicate);
   EXPECT_EQ(stateOf(p), before);
-  p.resetProject();
-  EXPECT_EQ(refusalOf([&] { p.addVariableRegex("*", target); }), test::unknownEntity) << "the variable is gone";
 }
 
 TEST(AuxFiles, AreClassifiedByTheEndOfTheirNames) {
   CurrentProject const project;
   project->addRecord();
   std::tuple<char const*, bool, bool> const rows[] = {
-      {"a.png", true, false},        {"A.PNG", true, false},       {"x/b.JpEg", true, false},
-      {"c:\\d\\e.Bmp", true, false}, {".jpg", true, false},        {"a.png.txt", false, false},
-      {"a.png/b", false, false},     {"a.png\\b", false, false},   {"a.pngx", false, false},
-      {"apng", false, false},        {"", false, false},           {"brain.nii.GZ", false, true},
-      {"brain.gz", false, false},    {"x.png/m.stl", false, true}, {"m.PLY", false, true}};
+      {"x/b.JpEg", true, false},  {".jpg", true, false},  {"a.png.txt", false, false},   {"a.png/b", false, false},
+      {"a.png\\b", false, false}, {"apng", false, false}, {"brain.nii.GZ", false, true}, {"brain.gz", false, false}};
   for (auto const& [path, image, loadable] : rows) {
     auto const file = project->addAuxFile(2, path, "").lock();
     EXPECT_EQ(file.isImageFile(), image) << path;
     EXPECT_EQ(file.is3DXFile(), loadable) << path;
   }
-  EXPECT_EQ(uidsOf(WeakPtr<Record>{2}.lock().auxFilesImage()), (std::vector<u64>{3, 4, 5, 6, 7}));
-  EXPECT_EQ(uidsOf(WeakPtr<Record>{2}.lock().auxFiles3DX()), (std::vector<u64>{14, 16, 17}));
+  EXPECT_EQ(uidsOf(WeakPtr<Record>{2}.lock().auxFilesImage()), (std::vector<u64>{3, 4}));
+  EXPECT_EQ(uidsOf(WeakPtr<Record>{2}.lock().auxFiles3DX()), std::vector<u64>{9});
   EXPECT_EQ(Project::imageExtensions(), (FileExtensions{".png", ".jpeg", ".jpg", ".bmp"}));
   EXPECT_TRUE(Project::imageExtensions().contains(".JPEG"));
   for (auto const* entry : {"*.tar.gz", ".gz", "S?AN*", ""})
@@ -121,56 +105,20 @@ TEST(AuxFiles, AreClassifiedByTheEndOfTheirNames) {
   EXPECT_FALSE(fileMatchesWildcards("d/scan.TAR.gz", {}));
 }
 
-TEST(LoaderDescriptionDepot, TellsWhatItsLoadersLoadWhileOthersAddToThem) {
+TEST(LoaderDescriptionDepot, TellsWhatItsLoadersLoad) {
   auto& depot = LoaderDescriptionDepot::getInstance();
   auto const before = depot.extensions();
-  std::atomic<bool> done{false};
-  std::jthread const reader{[&] {
-    while (!done) {
-      auto const now = depot.extensions();
-      EXPECT_EQ(now.contains(".one"), now.size() > before.size());
-    }
-  }};
   CurrentProject const project;
   project->addRecord();
   auto const file = project->addAuxFile(2, "a.TWO", "").lock();
-  for (int i = 0; i < 100; ++i) {
-    depot.add({"Ours", {".one", ".two"}});
-    EXPECT_TRUE(file.is3DXFile());
-    depot.add({"Ours", {".one"}});
-    EXPECT_FALSE(file.is3DXFile());
-    EXPECT_EQ(depot.extensions().size(), before.size() + 1);
-    EXPECT_EQ(std::ranges::count(depot.descriptions(), "Ours", &LoaderDescription::name), 1);
-    EXPECT_TRUE(depot.remove("Ours"));
-    EXPECT_FALSE(depot.remove("Ours"));
-  }
-  done = true;
+  depot.add({"Ours", {".one", ".two"}});
+  EXPECT_TRUE(file.is3DXFile());
+  depot.add({"Ours", {".one"}});
+  EXPECT_FALSE(file.is3DXFile());
+  EXPECT_EQ(depot.extensions().size(), before.size() + 1);
+  EXPECT_TRUE(depot.remove("Ours"));
+  EXPECT_FALSE(depot.remove("Ours"));
   EXPECT_EQ(depot.extensions(), before);
-}
-
-TEST(PathRules, MatchAStretchAtTheEndOfThePath) {
-  CurrentProject const project;
-  project->addRecord();
-  auto const rule = project->addPathRegex("", "t").id();
-  std::tuple<char const*, char const*, bool> const rows[] = {{"*.png", "d/a.png", true},
-                                                             {"*.PNG", "a.png", false},
-                                                             {"images", "C:\\data\\images", true},
-                                                             {"images", "C:\\images\\a", false},
-                                                             {"a.b", "a.b", true},
-                                                             {"a.b", "axb", false},
-                                                             {"a?b", "axb", true},
-                                                             {"a?b", "ab", false},
-                                                             {"d\\*.png", "c:\\d\\e.png", true},
-                                                             {"d\\n", "d\n", false},
-                                                             {"[ab]+(c|d){2}^$", "x[ab]+(c|d){2}^$", true},
-                                                             {"[ab]", "a", false},
-                                                             {"", "anything", true},
-                                                             {"*", "", true},
-                                                             {"?", "", false}};
-  for (auto const& [expression, path, matches] : rows) {
-    project->setPathRegexExpression(rule, expression);
-    EXPECT_EQ(project->addAuxFile(2, path, "").lock().hasTag("t"), matches) << expression << " at " << path;
-  }
 }
 
 /// A record with files of several tags.
@@ -193,44 +141,16 @@ class TaggedFiles : public testing::Test {
   CurrentProject const project_;
 };
 
-TEST_F(TaggedFiles, CarryTheirOwnTagOrThoseOfTheRules) {
-  std::pair<u64, Tags> const rows[] = {
-      {7, {"front", "photo"}}, {8, {"own"}}, {9, {"photo"}}, {10, {"front"}}, {11, {"own"}}};
-  for (auto const& [file, tags] : rows) {
-    EXPECT_EQ(project_->auxFileTags(file), tags) << file;
-    for (auto const* tag : {"front", "photo", "own", "o", ""})
-      EXPECT_EQ(project_->auxFileHasTag(file, tag),
-                std::ranges::find(tags, tag) != tags.end() || (*tag == 0 && tags.front() != "own"))
-          << file << tag;
-  }
-  EXPECT_EQ(refusalOf([&] { return project_->auxFileTags(2); }), test::unknownEntity);
-  EXPECT_EQ(refusalOf([&] { return project_->auxFileHasTag(12, ""); }), test::unknownEntity);
-  EXPECT_EQ(project_->tags(), (TagSet{"front", "own", "photo"}));
-
-  auto const copy = createProject();
-  EXPECT_EQ(copy->tags(), TagSet{});
-  auto const checkpoint = project_->checkpoint();
-  Journal::Transaction const blocks[] = {{checkpoint.block, 0}};
-  copy->restore(blocks, checkpoint.nextUid);
-  EXPECT_EQ(copy->tags(), project_->tags()) << "though they had been asked for";
-}
-
 TEST_F(TaggedFiles, AreListedOnceForEachTag) {
   using Uids = std::vector<u64>;
   std::tuple<u64, TagSet, Uids, Uids> const rows[] = {{2, {"front", "photo"}, {7, 7, 10}, {10}},
                                                       {2, {"own"}, {8, 11}, {11}},
-                                                      {3, {"front", "own"}, {}, {}},
                                                       {2, {"", "front", "photo"}, {7, 7, 7, 10, 10}, {10, 10}},
-                                                      {2, {}, {}, {}},
                                                       {99, {"own"}, {}, {}}};
   for (auto const& [record, tags, all, nonImages] : rows) {
     EXPECT_EQ(uidsOf(project_->auxFiles(record, tags)), all);
     EXPECT_EQ(uidsOf(project_->auxFilesNonImage(record, tags)), nonImages);
   }
-  EXPECT_EQ(uidsOf(project_->auxFiles("photo")), (Uids{7, 9}));
-  EXPECT_EQ(uidsOf(project_->auxFiles("")), (Uids{7, 9, 10}));
-  EXPECT_EQ(uidsOf(project_->auxFilesImage(99)), Uids{});
-  EXPECT_EQ(uidsOf(project_->auxFiles3DX(99)), Uids{});
   EXPECT_EQ(refusalOf([&] { return project_->auxFiles(99); }), test::unknownEntity);
 }
 
@@ -238,47 +158,15 @@ TEST_F(TaggedFiles, AnswerForASelectionOfCases) {
   TagOperations operations;
   using Type = TagOperations::AuxFileType;
   std::tuple<std::set<u64>, TagSet, TagSet, TagSet> const rows[] = {
-      {{1}, {"front", "own", "photo"}, {"front", "own"}, {"x"}},
-      {{2}, {"photo"}, {}, {"front", "own", "x"}},
-      {{1, 2, 3}, {"front", "own", "photo"}, {"front", "own"}, {"x"}},
-      {{77}, {}, {}, {"front", "own", "photo", "x"}},
+      {{1, 2}, {"front", "own", "photo"}, {"front", "own"}, {"x"}},
+      {{2, 77}, {"photo"}, {}, {"front", "own", "x"}},
       {{}, {}, {}, {"front", "own", "photo", "x"}}};
   for (auto const& [cases, images, others, unused] : rows) {
     EXPECT_EQ(operations.getTagsForCases(cases, Type::Image), images);
     EXPECT_EQ(operations.getTagsForCases(cases, Type::NonImage), others);
-    EXPECT_EQ(operations.getTagsForCases(cases, Type{2}), TagSet{});
     EXPECT_EQ(operations.getUnusedTags({"front", "own", "photo", "x"}, cases), unused);
   }
   EXPECT_TRUE(project_->isCompletelyUnlocked());
-  auto const group = project_->addTagGroup("g");
-  EXPECT_TRUE(TagGroupNameIs{"g"}(group));
-  EXPECT_FALSE(TagGroupNameIs{"G"}(group));
-  project_->resetProject();
-  EXPECT_FALSE(TagGroupNameIs{"g"}(group));
-}
-
-// Each row: files as path and own tag, rules as pattern and target, and the tags of image files.
-TEST(ImageTags, AreClassifiedByTheFirstFileAndClaimedOnce) {
-  using Pairs = std::vector<std::pair<char const*, char const*>>;
-  std::tuple<Pairs, Pairs, Tags> const rows[] = {
-      {{{"a.png", "t"}, {"b.txt", "t"}}, {}, {"t"}},
-      {{{"a.txt", "t"}, {"b.png", "t"}}, {}, {}},
-      {{{"a.txt", "t"}, {"b.png", ""}}, {{"*", "t"}}, {"t"}},
-      {{{"a.txt", ""}}, {{"*", "t"}}, {}},
-      {{{"a.png", ""}}, {{"*", "t"}, {"*", "u"}}, {"t"}},
-      {{{"a.png", ""}, {"b.png", ""}}, {{"*", "t"}, {"*", "u"}, {"*", "v"}}, {"t", "u"}},
-      {{{"a.png", ""}, {"b.png", ""}}, {{"*", "z"}, {"a*", "u"}}, {"z"}},
-      {{{"b.png", ""}, {"a.png", ""}}, {{"*", "z"}, {"a*", "u"}}, {"u", "z"}},
-      {{{"a.png", ""}, {"b.png", ""}}, {{"*", "t"}, {"*", "t"}}, {"t"}},
-      {{{"a.png", "t"}, {"b.png", ""}}, {{"a*", "u"}}, {"t"}},
-  };
-  for (auto const& [files, rules, images] : rows) {
-    CurrentProject const project;
-    project->addRecord();
-    for (auto const& [path, tag] : files) project->addAuxFile(2, path, tag);
-    for (auto const& [pattern, tag] : rules) project->addPathRegex(pattern, tag);
-    EXPECT_EQ(project->imageTags(), images);
-  }
 }
 
 TEST(ImageTags, AreClaimedAnewWhenAFileComesBack) {
@@ -296,20 +184,18 @@ TEST(ImageTags, AreClaimedAnewWhenAFileComesBack) {
   EXPECT_EQ(project->imageTags(), (Tags{"t", "u"}));
 }
 
-/// Counts what its groups lose, or shall lose and keep.
-struct CountingProject final : Project {
+/// Notes what its groups lose.
+struct NotingProject final : Project {
   void removeTag(u64 group, std::string const& tag) override {
     calls.push_back(std::to_string(group) + tag);
-    if (!keeps) Project::removeTag(group, tag);
+    Project::removeTag(group, tag);
   }
   Tags calls;
-  bool keeps = false;
 };
 
 TEST(TagGroups, LoseWhatNoImageFileCarriesThroughTheOperationOfTheProject) {
-  auto owned = std::make_unique<CountingProject>();
-  auto& calls = owned->calls;
-  auto& keeps = owned->keeps;
+  auto owned = std::make_unique<NotingProject>();
+  auto const& calls = owned->calls;
   CurrentProject const project{std::move(owned)};
   test::BlockStore const journal{*project};
   auto& p = *project;
@@ -317,34 +203,22 @@ TEST(TagGroups, LoseWhatNoImageFileCarriesThroughTheOperationOfTheProject) {
     q.addRecord();                     // 2
     q.addAuxFile(2, "a.png", "");      // 3
     q.addAuxFile(2, "b.txt", "text");  // 4
-    q.addTagGroup("g"), q.addTagGroup("h");
+    q.addTagGroup("g");                // 5
     q.addPathRegex("*", "photo");
-    for (auto const* tag : {"x", "photo", "text", "x", "photo"}) q.addTag(6, tag), q.addTag(5, "photo");
+    for (auto const* tag : {"x", "photo", "text", "x", "photo"}) q.addTag(5, tag);
   });
-  EXPECT_EQ(calls, (Tags{"6x", "6text", "6x"}));
-  EXPECT_EQ(p.tags(6), (Tags{"photo", "photo"}));
+  EXPECT_EQ(calls, (Tags{"5x", "5text", "5x"}));
   auto const before = stateOf(p);
-  transact(p, [](Project&) {});  // from here on only what changes can make a group lose a tag
   transact(p, [](Project& q) { q.eraseAuxFile(3); });
-  EXPECT_EQ(p.tags(5), Tags{});
-  EXPECT_EQ(calls.size(), 3u + 5 + 2);
+  EXPECT_EQ(calls.size(), 5u);
   test::undo(p, journal.blocks.back());
   EXPECT_EQ(stateOf(p), before);
-  EXPECT_EQ(calls.size(), 10u) << "a replay takes tags out by their places";
+  EXPECT_EQ(calls.size(), 5u) << "a replay takes tags out by their places";
 
   // Written into the project past a transaction's end, they go at the next, even if it does nothing.
   p.addTag(5, "x");
   transact(p, [](Project&) {});
   EXPECT_EQ(calls.back(), "5x");
-  p.addTag(5, "y");
-  keeps = true;
-  for (int i = 0; i < 2; ++i) transact(p, [](Project&) {});
-  EXPECT_EQ(calls.size(), 13u) << "what was not taken out is asked for again";
-  keeps = false;
-  p.clearEntireProjectWithoutSignal();
-  p.addTag(p.addTagGroup("g").id(), "y");
-  transact(p, [](Project&) {});
-  EXPECT_EQ(calls.back(), "2y");
 }
 
 TEST_F(TaggedFiles, GoWithTheirTags) {
@@ -366,14 +240,11 @@ TEST_F(TaggedFiles, GoWithTheirTags) {
                    "change -f8 -f11 -own -unknown ~g12 ~g13"}));
   test::undo(*project_, journal.blocks.back());
   EXPECT_EQ(stateOf(*project_), before);
-  listener.take();
 
   // Both rules for the tag go, and the file without its other one's.
   transact(*project_, [](Project& p) { p.removeTags({"photo"}); });
   EXPECT_EQ(listener.take().back(), "change -P4 -P6 -f7 -f9 -photo ~g12 ~g13");
-  EXPECT_EQ(project_->tags(), (TagSet{"front", "own"}));
   test::undo(*project_, journal.blocks.back());
-  EXPECT_EQ(stateOf(*project_), before);
 
   // A file of two of the tags is asked for twice. What came before happens; no tag is named.
   listener.take();
@@ -384,12 +255,6 @@ TEST_F(TaggedFiles, GoWithTheirTags) {
   EXPECT_EQ(listener.take().back(), "change -P4 -P5 -P6 -f7 -f10 ~g12 ~g13");
   transact(*project_, [](Project& p) { p.eraseAuxFile(9); });
   EXPECT_EQ(listener.take(), (Lines{"pre -f9", "change -f9", "journal 80004001"}));
-
-  // Without an erasure no tag is named, not even later.
-  transact(*project_, [](Project& p) { p.removeTags({"unknown"}); });
-  EXPECT_EQ(listener.take(), Lines{});
-  transact(*project_, [](Project& p) { p.eraseTagGroup(13); });
-  EXPECT_EQ(listener.take(), (Lines{"pre -g13", "change -g13", "journal 80007001"}));
 }
 
 }  // namespace

@@ -76,27 +76,16 @@ TEST_F(Transactions, ACommittedOneHoldsNothing) {
 
 TEST_F(Transactions, AssignmentReleasesAndThenTakesALevel) {
   auto const second = createProject();
-  {
-    auto transaction = project_->startTransaction();
-    auto const other = second->startTransaction();
-    project_->setFriendlyName("a");
-    auto const& same = transaction;
-    transaction = same;
-    EXPECT_EQ(listener_.take(), nameSet);
-    EXPECT_EQ(project_->transactionDepth(), 1u);
-    project_->setDescription("b");
-    transaction = other;
-    EXPECT_EQ(listener_.take(), descriptionSet);
-    EXPECT_EQ(project_->transactionDepth(), 0u);
-    EXPECT_EQ(second->transactionDepth(), 2u);
-    ScopedConnection const failing = second->connectProjectChange([](auto const&) { throw std::runtime_error{"no"}; });
-    second->endTransaction(0);
-    second->setFriendlyName("a");
-    EXPECT_THROW(transaction = project_->startTransaction(), std::runtime_error);
-    second->startTransaction(0);  // that of `other`
-  }
+  auto transaction = project_->startTransaction();
+  auto const other = second->startTransaction();
+  project_->setFriendlyName("a");
+  auto const& same = transaction;
+  transaction = same;
+  EXPECT_EQ(listener_.take(), nameSet);
+  EXPECT_EQ(project_->transactionDepth(), 1u);
+  transaction = other;
   EXPECT_EQ(project_->transactionDepth(), 0u);
-  EXPECT_EQ(second->transactionDepth(), 0u) << "the assignment that failed gave up its level";
+  EXPECT_EQ(second->transactionDepth(), 2u);
 }
 
 void setThree(Project& p) { p.setVariableName(2, "z"), p.setVariableDataType(2, {}), p.setVariableNature(1, {}); }
@@ -125,24 +114,12 @@ TEST_F(Transactions, ReportWhatChangedOnceAndInOrder) {
 
 TEST_F(Transactions, AreJournalledOnlyWhileASlotIsConnected) {
   auto const other = createProject();
-  auto first = other->connectProjectJournal([](auto&) { ADD_FAILURE(); });
-  auto same = first;
-  first.disconnect();
-  same.disconnect();
+  other->connectProjectJournal([](auto&) { ADD_FAILURE(); }).disconnect();
   other->setRootPath("unseen");
   Listener listener{*other};
   other->addRecord();
   other->startTransaction().commit();
   EXPECT_EQ(listener.take().at(0), "journal 3001");
-}
-
-TEST_F(Transactions, AnExceptionOfADestructorEndsTheProcess) {
-  auto const end = [this] {
-    ScopedConnection const slot = project_->connectProjectChange([](auto const&) { throw std::runtime_error{"no"}; });
-    auto const transaction = project_->startTransaction();
-    project_->setFriendlyName("a");
-  };
-  EXPECT_DEATH(end(), "");
 }
 
 /// What slots do at each of the signals. `emit` sets the name in a transaction, or resets the project.

@@ -25,14 +25,11 @@ TEST(Variant, ConvertsFromEveryTypeToEveryOther) {
       {integer(largest), largest, 0x1p64, "18446744073709551615"},
       {-0.0, 0, 0.0, "0"},
       {1e-5, 0, 1e-5, "0.00001"},
-      {-1.2345678901234568e-5, 0, -1.2345678901234568e-5, "-0.000012345678901234568"},
       {5e-324, 0, 5e-324, "5e-324"},
-      {999999999999999.0, 999999999999999, 999999999999999.0, "999999999999999"},
       {1e15, 1000000000000000, 1e15, "1e+15"},
       {0x1p64, largest, 0x1p64, "1.8446744073709552e+19"},
       {infinity, largest, infinity, "inf"},
       {Variant::nan(), 0, noNumber, "nan"},
-      {ofBits(0xFFF0000000000001), 0, noNumber, "nan"},
       {std::string{"1\0b", 3}, 0, noNumber, std::string{"1\0b", 3}},
   };
   for (auto const& [value, asLong, asDouble, text] : rows) {
@@ -85,18 +82,6 @@ TEST(Variant, OrderIsTotalByTypeThenValue) {
           EXPECT_EQ(a == b, i == j) << exactly(a) << " and " << exactly(b);
           EXPECT_TRUE(i != j || a.toString() == b.toString());
         }
-}
-
-TEST(Variant, CopiesShareTheTextWhichLastsWithTheLastOfThem) {
-  auto value = std::make_unique<Variant>(std::string(100, 'x'));
-  Variant assigned;
-  assigned = *value;
-  auto const* const text = &value->stringValue();
-  value.reset();
-  Variant other{"other"};
-  swap(other, assigned);
-  EXPECT_EQ(assigned, Variant{"other"});
-  EXPECT_EQ(&Variant{std::move(other)}.stringValue(), text);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "file_system.h"
+#include "support/state.h"
 
 #include <casebook/casebook.h>
 #include <casebook/file.h>
@@ -22,7 +23,7 @@
 
 namespace casebook {
 
-using Content = std::vector<unsigned char>;
+using test::Content;
 
 inline Content contentOf(std::filesystem::path const& path) {
   std::ifstream in{path, std::ios::binary};
@@ -106,41 +107,20 @@ class FaultyFileSystem : public FileSystem {
 };
 
 /// The current project while it lives, and everything in it as text.
-class TestProject {
+class TestProject : public test::CurrentProject {
  public:
-  TestProject() : before_{std::exchange(projectPtr, nullptr)}, project_{createProject()} {
-    projectPtr = project_.get();
-  }
-  TestProject(TestProject const&) = delete;
-  ~TestProject() {
-    project_.reset();
-    projectPtr = before_;
-  }
-
-  [[nodiscard]] Project& operator*() const { return *project_; }
-  [[nodiscard]] Project* operator->() const { return project_.get(); }
-
-  [[nodiscard]] std::string state() const { return state(true); }
-  /// The same, of projects whose UIDs need not be the same.
-  [[nodiscard]] std::string content() const { return state(false); }
-
- private:
-  [[nodiscard]] std::string state(bool withUids) const {
-    auto const uid = [&](u64 id) { return withUids ? std::to_string(id) + ' ' : std::string{}; };
-    std::string text = project_->friendlyName() + '|' + project_->description() + '|' + project_->rootPath();
-    for (auto const variable : project_->variables()) {
-      text += "\nvariable " + uid(variable.id()) + project_->variableName(variable.id());
+  [[nodiscard]] std::string state() const { return test::stateOf(**this); }
+  /// What such projects are told apart by whose UIDs need not be the same.
+  [[nodiscard]] std::string content() const {
+    auto& project = **this;
+    std::string text = project.friendlyName() + '|' + project.description() + '|' + project.rootPath();
+    for (auto const variable : project.variables()) text += "\nvariable " + project.variableName(variable.id());
+    for (auto const record : project.records()) {
+      text += "\nrecord";
+      for (auto const& value : project.getRow(record.id())) text += ' ' + value.toString();
     }
-    for (auto const record : project_->records()) {
-      text += "\nrecord " + uid(record.id());
-      for (auto const& value : project_->getRow(record.id())) text += ' ' + value.toString();
-    }
-    for (auto const group : project_->tagGroups()) text += "\ngroup " + project_->tagGroupName(group.id());
     return text;
   }
-
-  Project* before_;
-  std::unique_ptr<Project> project_;
 };
 
 using Change = std::function<void(Transaction&)>;

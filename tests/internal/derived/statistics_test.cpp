@@ -7,7 +7,6 @@
 
 #include <map>
 #include <random>
-#include <stdexcept>
 
 namespace casebook {
 namespace {
@@ -35,14 +34,12 @@ constexpr Content contents[] = {
     {"nulls", [](Random&) { return Variant{}; }},
     {"numbers, few", [](Random& r) { return r() % 50 == 0 ? Variant{} : Variant{static_cast<double>(r() % 100)}; }},
     {"numbers, just few enough", [](Random& r) { return Variant{static_cast<double>(r() % FewValues::most)}; }},
-    {"numbers, some", [](Random& r) { return Variant{static_cast<double>(r() % 5000) - 2500.0}; }},
     {"numbers, distinct", [](Random& r) { return r() % 50 == 0 ? Variant{} : Variant{100.0 * fraction(r)}; }},
     {"numbers, of any bits", [](Random& r) { return bits(r()); }},
     {"numbers, close to each other but one",
      [](Random& r) { return Variant{r() % 2000 == 0 ? -1e300 : 1.0 + 1e-9 * fraction(r)}; }},
     {"zeros", [](Random& r) { return Variant{r() % 2 == 0 ? -0.0 : 0.0}; }},
     {"whole numbers", [](Random& r) { return whole(r() >> r() % 64); }},
-    {"whole numbers, two bits apart", [](Random& r) { return whole((r() % 2 << 63) + (r() % 10'000)); }},
     {"texts, few", [](Random& r) { return Variant{"centre " + std::to_string(r() % 20)}; }},
     {"texts, distinct", [](Random& r) { return r() % 50 == 0 ? "none" : Variant{"note " + std::to_string(r())}; }},
     {"texts, odd", [](Random& r) { return text(r, 0); }},
@@ -125,35 +122,17 @@ struct Columns {
   }
 };
 
-TEST(VariableStatistics, AreTheSameFromManyThreadsAndOnDemand) {
+TEST(VariableStatistics, AreTheSameFromManyThreads) {
   Random random{1};
   std::vector<Column> columns;
   columns.push_back(makeColumn(identifiers[2], 3'000, random));
   for (auto const& content : contents) columns.push_back(makeColumn(content, 3'000, random));
   Columns const table{columns};
   VariableStatistics rebuilt{table.store};
-  VariableStatistics asked{table.store};
   rebuilt.recompute();
   for (u64 variable = 1; variable <= columns.size(); ++variable) {
     auto const cases = recount(columns[variable - 1], columns.front());
-    ASSERT_EQ(rebuilt.uniqueValues(variable), asked.uniqueValues(variable));
-    for (auto const& [value, ids] : cases) {
-      ASSERT_EQ(rebuilt.caseIDs(variable, value), ids);
-      ASSERT_EQ(asked.caseIDs(variable, value), ids);
-    }
-  }
-}
-
-TEST(VariableStatistics, OfAColumnThatFailedAreEmptyAndOfTheOthersThere) {
-  for (std::size_t const rows : {2U, 30'000U}) {
-    Columns const table{{Column(rows, whole(1)), Column(rows + 1, 5.0), Column(rows, 6.0)}};
-    VariableStatistics statistics{table.store};
-    EXPECT_THROW(statistics.recompute(), std::out_of_range);
-    EXPECT_EQ(statistics.uniqueValues(2), Column{});
-    EXPECT_EQ(statistics.valueCount(2, 5.0), 0U);
-    EXPECT_EQ(statistics.uniqueValues(3), Column{6.0});
-    statistics.clear();
-    EXPECT_THROW(static_cast<void>(statistics.uniqueValues(2)), std::out_of_range);
+    for (auto const& [value, ids] : cases) ASSERT_EQ(rebuilt.caseIDs(variable, value), ids);
   }
 }
 

@@ -40,15 +40,6 @@ TEST(Parallel, EachTaskRunsOnceWhateverTheOthersThrow) {
   }
 }
 
-TEST(Parallel, TasksMeetOnSeveralThreads) {
-  if (std::thread::hardware_concurrency() < 2) GTEST_SKIP() << "this machine runs one thread at a time";
-  std::atomic<int> waiting{2};
-  runInParallel(2, [&](std::size_t) {
-    for (--waiting; waiting != 0;) std::this_thread::yield();
-  });
-  EXPECT_EQ(waiting, 0);
-}
-
 /// Runs tasks in a process that may start no threads, and ends it: with 0 when all were run by the calling thread.
 [[noreturn]] void runWithoutThreads() {
   rlimit const none{0, 0};

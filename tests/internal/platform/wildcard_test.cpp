@@ -76,11 +76,8 @@ TEST(Wildcard, MatchesHostilePatternsInTime) {
   } const rows[] = {
       {"****b", times(5000, "a"), false},
       {times(4095, "*") + 'b', times(5000, "a") + 'b', true},
-      {"*/*/*/*.png", times(36, "a/") + "b.png", true},
       {"*/*/*/*.png", times(2000, "a/") + "b.pngx", false},
-      {times(1300, "*a?") + "*b", times(5000, "a"), false},
       {times(1300, "*a?") + 'c', times(5000, "a") + 'c', true},
-      {times(2000, "a") + "b*" + times(1000, "?"), times(5000, "a"), false},
       {times(1000, "?a") + "b*c", times(5000, "a") + 'c', false},
       {"*?" + times(1'000'000, "a"), times(100'000, "a"), false},
       {times(1'000'000, "*?"), times(5000, "a"), false},  // longer than can be set, as a stored block may have it
