@@ -1,7 +1,9 @@
 #include "commands/command.h"
 
 #include "text/numbers.h"
+#include "text/utf8.h"
 
+#include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
 namespace casebook::cli {
@@ -24,8 +26,11 @@ CLI::Option* addTexts(CLI::App& app, std::string name, std::vector<std::string>&
 CLI::Option* addCount(CLI::App& app, std::string name, std::size_t& count, std::string help) {
   CLI::callback_t const take = [&count](CLI::results_t const& results) {
     auto const number = readWholeNumber(results.front());
-    if (number) count = *number;
-    return number.has_value();
+    if (!number)
+      throw Failure{
+          fmt::format("{} is not a whole number below 4294967296.", inQuotes(results.front())), {}, ExitCode::Usage};
+    count = *number;
+    return true;
   };
   return app.add_option(std::move(name), take, std::move(help))->expected(1)->option_text("N");
 }

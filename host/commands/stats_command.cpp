@@ -170,7 +170,7 @@ there. In the histogram a number on an edge counts in the interval that begins t
     line("Distinct", fmt::format("{}", statistics.counts.size()));
     if (auto const& numbers = statistics.numbers) {
       line("Range", fmt::format("{} to {}", text(numbers->minimum), text(numbers->maximum)));
-      line("Mean", std::isfinite(numbers->mean) ? fmt::format("{:.6g}", numbers->mean) : text(numbers->mean));
+      line("Mean", text(numbers->mean));
       line("Median", text(numbers->median));
     }
   }

@@ -151,10 +151,11 @@ class SetExpressionCommand : public Command {
       throw Failure{
           fmt::format("{} is not calculated; an expression that reads it cannot take its place.", inQuotes(variable_)),
           "casebook add-variable FILE NAME --expression TEXT calculates another variable from it."};
-    if (!replace_)
-      throw Failure{fmt::format("{} is not calculated; its {} would be replaced.", inQuotes(variable_),
-                                counted(ColumnStatistics::of(project, uid).cases, "value")),
-                    "--replace does it; casebook undo FILE brings them back."};
+    auto const values = ColumnStatistics::of(project, uid).cases;
+    if (!replace_ && values > 0)
+      throw Failure{
+          fmt::format("{} is not calculated; its {} would be replaced.", inQuotes(variable_), counted(values, "value")),
+          "--replace does it; casebook undo FILE brings them back."};
   }
 
   void set(Transaction& transaction, u64 uid, bool isCalculated) const {

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <set>
@@ -52,14 +53,28 @@ bool isCalculated(Project& project, u64 variable) { return project.variableType(
 using Readings = std::map<u64, std::vector<u64>>;
 
 Readings readings(Project& project) {
-  auto const variables = project.variables();
-  auto const names = variableNames(project);
   Readings readings;
-  for (auto const& variable : calculatedVariables(project)) {
-    Expression const expression{variable.expression, names};
-    for (std::size_t column : expression.columns()) readings[variable.uid].push_back(variables[column].id());
-  }
+  for (auto& variable : calculatedVariables(project)) readings[variable.uid] = std::move(variable.inputs);
   return readings;
+}
+
+/// What an expression reads; nothing when it is none.
+std::vector<u64> inputsOf(Project& project, std::string const& text, std::vector<std::string> const& names) {
+  std::vector<u64> inputs;
+  try {
+    auto const variables = project.variables();
+    Expression const expression{text, names};
+    for (std::size_t column : expression.columns()) inputs.push_back(variables[column].id());
+  } catch (Expression::Error const&) {
+    inputs.clear();
+  }
+  return inputs;
+}
+
+std::string listed(Project& project, std::vector<u64> const& variables) {
+  std::vector<std::string> names;
+  for (u64 const uid : variables) names.push_back(inQuotes(project.variableName(uid)));
+  return names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "));
 }
 
 /// The variable by which `variable` comes to read itself.
@@ -82,9 +97,13 @@ std::optional<u64> readerOnCircle(Readings const& readings, u64 variable) {
 
 std::vector<CalculatedVariable> calculatedVariables(Project& project) {
   std::vector<CalculatedVariable> calculated;
-  for (auto variable : project.variables())
-    if (u64 const uid = variable.id(); isCalculated(project, uid))
-      calculated.push_back({uid, project.variableName(uid), project.variableExpression(uid)});
+  auto const names = variableNames(project);
+  for (auto variable : project.variables()) {
+    u64 const uid = variable.id();
+    if (!isCalculated(project, uid)) continue;
+    auto const text = project.variableExpression(uid);
+    calculated.push_back({uid, project.variableName(uid), text, inputsOf(project, text, names)});
+  }
   return calculated;
 }
 
@@ -105,6 +124,17 @@ std::vector<MadeStatic> madeStatic(Project& project, std::vector<CalculatedVaria
     if (there.contains(variable.uid) && !isCalculated(project, variable.uid))
       found.push_back({project.variableName(variable.uid), fault(variable.expression, names)});
   return found;
+}
+
+std::vector<std::string> changedMeanings(Project& project, std::vector<CalculatedVariable> const& before) {
+  std::vector<std::string> sentences;
+  for (auto const& now : calculatedVariables(project)) {
+    auto const was = std::ranges::find(before, now.uid, &CalculatedVariable::uid);
+    if (was == before.end() || was->expression != now.expression || was->inputs == now.inputs) continue;
+    sentences.push_back(fmt::format("The names in the expression of {} mean other variables now: {}.",
+                                    inQuotes(now.name), listed(project, now.inputs)));
+  }
+  return sentences;
 }
 
 std::string circleThrough(Project& project, u64 variable) {

@@ -13,6 +13,7 @@ struct CalculatedVariable {
   u64 uid = 0;
   std::string name;
   std::string expression;
+  std::vector<u64> inputs;  ///< the variables that the expression reads, ascending
 };
 
 /// In the order of their making.
@@ -30,6 +31,9 @@ struct MadeStatic {
 
 /// Those of the variables `before` that are there, and calculated no more.
 [[nodiscard]] std::vector<MadeStatic> madeStatic(Project& project, std::vector<CalculatedVariable> const& before);
+
+/// Sentences on those of the variables `before` whose expressions stayed, and mean other variables now.
+[[nodiscard]] std::vector<std::string> changedMeanings(Project& project, std::vector<CalculatedVariable> const& before);
 
 /// A sentence when a calculated variable is worked out from itself, by whatever way; else empty.
 [[nodiscard]] std::string circleThrough(Project& project, u64 variable);

@@ -91,6 +91,7 @@ void OpenProject::carryOut(std::function<bool()> const& write) {
                                          : fmt::format("{} keeps its values, but is not calculated any more: {}",
                                                        inQuotes(name), fault));
   }
+  for (auto const& sentence : changedMeanings(*project_, calculated)) printWarning(console_, sentence);
   if (isLost) printHint(console_, "casebook set-expression FILE NAME TEXT --replace calculates it anew.");
 }
 

@@ -27,8 +27,9 @@ constexpr std::array wide{Range{0x1100, 0x115f},   Range{0x2329, 0x232a},   Rang
 constexpr std::array combining{Range{0x0300, 0x036f}, Range{0x1ab0, 0x1aff}, Range{0x1dc0, 0x1dff},
                                Range{0x200b, 0x200f}, Range{0x20d0, 0x20ff}, Range{0xfe00, 0xfe0f},
                                Range{0xfe20, 0xfe2f}};
-constexpr std::array unprintable{Range{0x00, 0x1f},     Range{0x7f, 0x9f},     Range{0x2028, 0x2029},
-                                 Range{0x202a, 0x202e}, Range{0x2066, 0x2069}, Range{0xfeff, 0xfeff}};
+constexpr std::array unprintable{Range{0x00, 0x1f},     Range{0x7f, 0x9f},     Range{0x061c, 0x061c},
+                                 Range{0x200e, 0x200f}, Range{0x2028, 0x2029}, Range{0x202a, 0x202e},
+                                 Range{0x2066, 0x2069}, Range{0xfeff, 0xfeff}};
 
 bool isIn(std::span<Range const> ranges, char32_t c) {
   return std::ranges::any_of(ranges, [c](Range r) { return r.first <= c && c <= r.last; });

@@ -178,6 +178,24 @@ TEST(CalculatedVariables, FollowTheirInputsAndAreNamedWhenTheyNoLongerDo) {
   EXPECT_EQ(tables(desk), last);
 }
 
+TEST(CalculatedVariables, AreNamedWhenTheirExpressionsMeanOtherVariables) {
+  Desk desk;
+  makeBirds(desk);
+  runOn(desk, {"add-variable", "Double", "--expression", "Mass * e"});
+  auto const meaning = [](std::string const& names) {
+    return "warning: The names in the expression of \"Double\" mean other variables now: " + names + ".\n";
+  };
+  EXPECT_EQ(runOn(desk, {"add-variable", "e", "--type", "number"}).err, meaning("\"Mass\", \"e\""));
+  EXPECT_EQ(runOn(desk, {"undo"}).err, meaning("\"Mass\""));
+  EXPECT_EQ(runOn(desk, {"rename", "Sex", "Mass"}).code, 1);
+  EXPECT_EQ(runOn(desk, {"set", "1", "Mass", "5"}).err, "");
+  runOn(desk, {"add-variable", "empty", "--type", "number"});
+  EXPECT_EQ(runOn(desk, {"set-expression", "empty", "Mass"}).code, 0);
+  EXPECT_EQ(runOn(desk, {"set-expression", "Sex", "Mass"}).code, 1);
+  EXPECT_EQ(runOn(desk, {"undo", "4294967296"}).err.find("\"4294967296\" is not a whole number below 4294967296."),
+            10u);
+}
+
 TEST(CalculatedVariables, AreShownAsSuchAndTheirValuesReadBack) {
   Desk desk;
   makeBirds(desk);

@@ -32,7 +32,7 @@ RC_GTEST_PROP(Histogram, OfAnyNumbersCountsEachInItsInterval, ()) {
   RC_ASSERT(intervals.size() <= 16U);
   for (std::size_t i = 0; i < intervals.size(); ++i) {
     RC_ASSERT(intervals[i].from < intervals[i].to);
-    RC_ASSERT(i == 0 || intervals[i].from == intervals[i - 1].to);
+    RC_ASSERT((i == 0 || intervals[i].from == intervals[i - 1].to));  // unbracketed, the macro asks both
     std::size_t cases = 0;
     for (auto const& [number, count] : numbers)
       if (intervals[i].from <= number && number < intervals[i].to) cases += count;
