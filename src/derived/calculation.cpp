@@ -3,6 +3,8 @@
 #include "platform/expression/compile.h"
 
 #include <algorithm>
+#include <map>
+#include <string_view>
 #include <utility>
 
 namespace casebook {
@@ -16,7 +18,7 @@ bool isCalculated(DataVariable const& variable) noexcept { return variable.type 
 /// The equations of a table, as far as their texts are expressions.
 struct Compiled {
   std::vector<TargetedExpression> equations;
-  std::set<std::string> failed;  ///< names of the variables of the others
+  std::vector<std::string> failed;  ///< names of the variables of the others, ascending by UID
 };
 
 Compiled compile(EntityMap<DataVariable> const& variables) {
@@ -31,7 +33,7 @@ Compiled compile(EntityMap<DataVariable> const& variables) {
     try {
       compiled.equations.push_back({Expression{expression::compile(variable.expression, index)}, target});
     } catch (Expression::Error const&) {
-      compiled.failed.insert(variable.name);
+      compiled.failed.push_back(variable.name);
     }
   }
   return compiled;
@@ -85,9 +87,15 @@ void Calculation::adopt(std::vector<TargetedExpression> equations) {
   plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns));
 }
 
-void Calculation::makeVariableStatic(std::set<std::string> const& names) {
+// Name by name, which is the order that the journal tells; the second time a name comes its variables are static.
+void Calculation::makeVariableStatic(std::vector<std::string> const& names) {
+  std::map<std::string_view, std::vector<DataVariable*>> calculated;
   for (auto& variable : store_.variables.all())
-    if (isCalculated(variable) && names.contains(variable.name)) table_.makeStatic(variable, variable.values);
+    if (isCalculated(variable)) calculated[variable.name].push_back(&variable);
+  for (auto const& name : names) {
+    for (auto* const variable : calculated[name])
+      if (isCalculated(*variable)) table_.makeStatic(*variable, variable->values);
+  }
 }
 
 void Calculation::evaluate() {

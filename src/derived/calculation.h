@@ -4,7 +4,6 @@
 #include "store/table.h"
 
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -44,7 +43,7 @@ class Calculation {
   [[nodiscard]] bool isCurrent() const noexcept;
   void renew();
   void adopt(std::vector<expression::TargetedExpression> equations);
-  void makeVariableStatic(std::set<std::string> const& names);
+  void makeVariableStatic(std::vector<std::string> const& names);
   void evaluate();
 
   Store& store_;

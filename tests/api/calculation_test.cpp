@@ -111,5 +111,16 @@ TEST_F(CalculationTest, OfARestoredProjectDoesNotMakeVariablesStaticUnheard) {
   EXPECT_EQ(journal.commands().at(0).code, Journal::VariableMadeStatic);
 }
 
+TEST_F(CalculationTest, VariablesBecomeStaticNameByName) {
+  transact([](Project& p) {
+    for (auto const* name : {"x", "y", "x"}) p.addCalcVariable(name, {}, "(");
+  });
+  std::vector<u64> order;
+  for (auto const& command : journal_.commands())
+    if (command.code == Journal::VariableMadeStatic)
+      order.push_back(std::get<u64>(Journal::fields(command).front().value));
+  EXPECT_EQ(order, (std::vector<u64>{b + 1, b + 3, b + 2}));
+}
+
 }  // namespace
 }  // namespace casebook
