@@ -182,12 +182,34 @@ class CASEBOOK_EXPORT Project {
 
   // Merging
 
-  /// Merges a table that `merge_prep` prepared, by `info.method`. `auxFiles` must not be null.
+  // A merge is part of the open transaction; what it did before an error stays done. The table is given column by
+  // column, its cells in the order of the rows, column k being described by `descriptions[k]`: it goes into the
+  // variable of the same name, byte for byte. Where there is none, one is made, with the default "" in data type 3
+  // and null in every other. `auxFiles` must not be null; its exceptions pass.
+
+  /// Merges a table that `merge_prep` prepared, by `info.method`, as the next operation does; its cells are not checked
+  /// again. Columns go into the variables that they were paired with, or have been given since; where such a variable
+  /// is gone, throws ("Attempted to look up unknown data entity", true). An empty table does nothing.
   virtual void merge(MergeInfo info, boost::shared_ptr<AuxFileCollectionInterface const> const& auxFiles);
-  /// Checks and merges a table, column k being described by `descriptions[k]`. `auxFiles` must not be null.
+  /// Checks and merges a table; one without columns does nothing. Rows are taken in their order. A row overwrites the
+  /// first record that equals it, by ==, in the columns that decide, and that no earlier row has claimed; a null of the
+  /// table overwrites a value. Records that come of the table are not matched by its later rows.
+  ///
+  /// Throws what `merge_prep` does. Then, before anything changes, for MergeMethod::ByCaseId
+  /// ("Attempt to merge by Case ID; input lacks 'Case ID' column.", false) or
+  /// ("Attempt to merge by Case ID; input lacks 'Case ID' as first column.", false), for any other method
+  /// ("Attempt to merge where input contains 'Case ID' column.", false). Another value than those of MergeMethod throws
+  /// ("Invalid MergeMethod parameter to merge()", true) when the new variables have been made.
   virtual void merge(std::vector<std::vector<Variant>> const& table, std::vector<ColumnInfo> const& descriptions,
                      MergeMethod method, boost::shared_ptr<AuxFileCollectionInterface const> const& auxFiles);
-  /// Checks a table and counts the rows that would match by independent values; changes nothing.
+  /// Checks a table, of which it keeps a copy, and counts the rows that would match by independent values: 0 when a
+  /// column that decides is new. Changes nothing. Throws
+  /// ("Mismatched table and descriptions sizes", true); column by column then
+  /// ("Input table contains duplicate column names.", true),
+  /// ("Input column nature doesn't match existing column.", false),
+  /// ("Input column data type doesn't match existing column.", false),
+  /// ("Input column data type doesn't match actual contents.", false); in the end
+  /// ("The columns of the input table differ in length.", true).
   [[nodiscard]] virtual MergeInfo merge_prep(std::vector<std::vector<Variant>> const& table,
                                              std::vector<ColumnInfo> const& descriptions) const;
 

@@ -7,6 +7,7 @@
 #include "auxtags/tag_removal.h"
 #include "derived/calculation.h"
 #include "derived/variable_statistics.h"
+#include "merge/merge.h"
 #include "project/transaction_end.h"
 #include "replay/replay.h"
 #include "store/case_index.h"
@@ -34,6 +35,7 @@ struct Components {
   Deletion deletion{store, recorder, log, table};
   TagRemoval tagRemoval;
   Replay replay{store, recorder, table, auxFiles, tagGroups, variableRules, pathRules, deletion};
+  Merge merge;
   TransactionEnd transactions{store, log, recorder, signals, caseIndex, calculation, statistics, deletion, tagRemoval};
 
   /// Back to the state of a new project; the depth of transactions and the slots stay.
@@ -47,9 +49,10 @@ struct Components {
     fileTags.clear();
   }
 
-  /// `removeTag` is the operation of the face, which a host may have overridden.
-  explicit Components(TagRemoval::RemoveTag removeTag)
-      : tagRemoval{store, fileTags, staleTags, deletion, log, std::move(removeTag)} {}
+  /// What is given are operations of the face, which a host may have overridden.
+  Components(TagRemoval::RemoveTag removeTag, Merge::Makers makers)
+      : tagRemoval{store, fileTags, staleTags, deletion, log, std::move(removeTag)},
+        merge{store, table, auxFiles, std::move(makers)} {}
   Components(Components const&) = delete;
   Components& operator=(Components const&) = delete;
 };

@@ -24,9 +24,15 @@ void refuseInSlot(Signals const& signals) {
 
 namespace {
 
-/// Tags leave their groups through the operation of the face, which a derived class may override.
+/// Tags leave their groups, and merges make variables and records, through the operations of the face, which a derived
+/// class may override.
 std::unique_ptr<Components> componentsOf(Project& project) {
-  return std::make_unique<Components>([&project](u64 group, std::string const& tag) { project.removeTag(group, tag); });
+  auto removeTag = [&project](u64 group, std::string const& tag) { project.removeTag(group, tag); };
+  Merge::Makers makers{[&project](ColumnInfo const& info, Variant const& defaultValue) {
+                         return project.addVariable(info.name, info.nature, info.dataType, defaultValue).id();
+                       },
+                       [&project] { return project.addRecord().id(); }};
+  return std::make_unique<Components>(std::move(removeTag), std::move(makers));
 }
 
 }  // namespace

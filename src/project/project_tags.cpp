@@ -9,7 +9,6 @@
 #include <casebook/regex.h>
 #include <casebook/tag_group.h>
 
-#include "platform/unavailable.h"
 #include "project/components.h"
 #include "project/lists.h"
 #include "store/property.h"
@@ -153,15 +152,16 @@ void Project::setPathRegexExpression(u64 rule, std::string const& expression) {
 void Project::setPathRegexTarget(u64 rule, std::string const& tag) { components_->pathRules.setTarget(rule, tag); }
 void Project::erasePathRegex(u64 rule) { components_->deletion.request<DataPathRegex>(rule); }
 
-void Project::merge(MergeInfo, boost::shared_ptr<AuxFileCollectionInterface const> const&) {
-  refuseUnavailable("merge");
+void Project::merge(MergeInfo info, boost::shared_ptr<AuxFileCollectionInterface const> const& auxFiles) {
+  components_->merge.merge(info, auxFiles);
 }
-void Project::merge(std::vector<std::vector<Variant>> const&, std::vector<ColumnInfo> const&, MergeMethod,
-                    boost::shared_ptr<AuxFileCollectionInterface const> const&) {
-  refuseUnavailable("merge");
+void Project::merge(std::vector<std::vector<Variant>> const& table, std::vector<ColumnInfo> const& descriptions,
+                    MergeMethod method, boost::shared_ptr<AuxFileCollectionInterface const> const& auxFiles) {
+  components_->merge.merge(table, descriptions, method, auxFiles);
 }
-MergeInfo Project::merge_prep(std::vector<std::vector<Variant>> const&, std::vector<ColumnInfo> const&) const {
-  refuseUnavailable("merge_prep");
+MergeInfo Project::merge_prep(std::vector<std::vector<Variant>> const& table,
+                              std::vector<ColumnInfo> const& descriptions) const {
+  return components_->merge.prepare(table, descriptions);
 }
 
 }  // namespace casebook

@@ -117,6 +117,10 @@ void Table::reserveRow() {
   for (auto& variable : store_.variables.all()) reserveOneMore(variable.values);
 }
 
+void Table::reserveRows(u64 count) {
+  for (auto& variable : store_.variables.all()) reserveFor(variable.values, variable.values.size() + count);
+}
+
 DataRecord& Table::addRecord() {
   reserveRow();
   auto const caseId = nextCaseId();

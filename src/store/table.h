@@ -51,6 +51,8 @@ class Table {
   void makeCalculated(DataVariable& variable);
 
   DataRecord& addRecord();
+  /// Takes the memory that so many more records need in the columns.
+  void reserveRows(u64 count);
 
   /// Puts a record under its UID, with a cell for each variable. Until `settleRows` its row is loose.
   DataRecord& insertRecord(u64 uid, std::vector<Variant> row);

@@ -2,6 +2,8 @@
 
 #include "support/current_project.h"
 
+#include <boost/smart_ptr/make_shared.hpp>
+
 #include <algorithm>
 #include <bitset>
 #include <limits>
@@ -81,6 +83,18 @@ inline bool isFull(Project& p) {
 
 inline std::string someTag(Choice& c) { return c.oneOf({"t", "u", "v", "w"}); }
 
+/// A file for every row, of one tag.
+class SomeFiles : public AuxFileCollectionInterface {
+ public:
+  bool empty() const override { return false; }
+  std::set<std::string> tags() const override { return {"t"}; }
+  std::vector<std::string> files(u64 row, std::string const&) const override {
+    if (row % 2 == 0) return {};
+    return {"a.png"};
+  }
+  u64 size() const override { return 2; }
+};
+
 inline void setTypedValue(Project& p, Choice& c) {
   Variable const variable{c.variable(), NoLockRequired{}};
   Record const record{c.record(), NoLockRequired{}};
@@ -96,6 +110,24 @@ inline void setUntypedRow(Project& p, Choice& c) {
   p.setRow(record, row);
 }
 
+inline void mergeRows(Project& p, Choice& c) {
+  auto const method = MergeMethod{c(3)};
+  std::vector<ColumnInfo> columns;
+  if (method == MergeMethod::ByCaseId) columns.push_back({"Case ID", {}, Variant::UnsignedInteger});
+  for (auto const name : {"a", "b"}) {
+    auto const known = p.variable(name);
+    if (c(3) == 0) continue;
+    if (known) columns.push_back({name, p.variableNature(known.id()), p.variableDataType(known.id())});
+    else columns.push_back({name, VariableNature{c(3)}, Variant::Type{c(4)}});
+  }
+  std::vector<std::vector<Variant>> table;
+  std::size_t const rows = 1 + c(3);
+  for (auto const& column : columns)
+    for (table.emplace_back(); table.back().size() < rows;)
+      table.back().push_back(c(4) == 0 ? Variant{} : someValue(column.dataType, c(5)));
+  p.merge(table, columns, method, boost::make_shared<SomeFiles>());
+}
+
 /// One kind of edit. What it makes of the choice may be refused.
 struct RandomEdit {
   char const* name;
@@ -103,7 +135,7 @@ struct RandomEdit {
 };
 
 /// Every operation that changes a project. Those that add an entity come first.
-inline constexpr std::size_t addingKinds = 7;
+inline constexpr std::size_t addingKinds = 8;
 inline constexpr RandomEdit randomEdits[] = {
     {"addRecord", [](Project& p, Choice& c) { c.touch(p.addRecord()); }},
     {"addVariable",
@@ -127,6 +159,7 @@ inline constexpr RandomEdit randomEdits[] = {
        c.touch(p.addAuxFile(c.record(), c.oneOf({"f", "a.png", "f/b.JPG", "c.jpg", "", "fa"}),
                             c.oneOf({"", "", "t", "u"})));
      }},
+    {"merge", mergeRows},
     {"setValue", setTypedValue},
     {"setRow", setUntypedRow},
     {"activate", [](Project& p, Choice& c) { p.activate(c.record(), c(2) != 0); }},

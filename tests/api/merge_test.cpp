@@ -1,0 +1,326 @@
+#include "support/state.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+#include <boost/smart_ptr/make_shared.hpp>
+
+#include <algorithm>
+#include <map>
+#include <numeric>
+#include <set>
+
+namespace casebook {
+namespace {
+
+using test::BlockStore;
+using test::CurrentProject;
+using test::refusalOf;
+using test::stateOf;
+using test::transact;
+using test::unknownEntity;
+
+using Column = std::vector<Variant>;
+using Columns = std::vector<Column>;
+using Infos = std::vector<ColumnInfo>;
+
+constexpr auto number = Variant::FloatingPoint;
+constexpr auto text = Variant::String;
+constexpr auto whole = Variant::UnsignedInteger;
+constexpr auto key = VariableNature::Independent;
+constexpr VariableNature plain{};
+
+constexpr auto append = MergeMethod::Append;
+constexpr auto byCaseId = MergeMethod::ByCaseId;
+constexpr auto byKeys = MergeMethod::ByIndependentVariables;
+
+Variant integer(u64 value) { return Variant::ofWord(value, whole); }
+
+/// Files by row, all but those in `listed` under the tag "t". Keeps what it was asked.
+struct Files : AuxFileCollectionInterface {
+  using Listed = std::map<std::pair<u64, std::string>, std::vector<std::string>>;
+
+  explicit Files(Listed files = {}, u64 rows = 9) : listed{std::move(files)}, count{rows} {}
+
+  bool empty() const override { return says_empty || listed.empty(); }
+  std::set<std::string> tags() const override {
+    std::set<std::string> tags;
+    for (auto const& [place, paths] : listed) tags.insert(place.second);
+    return tags;
+  }
+  std::vector<std::string> files(u64 row, std::string const& tag) const override {
+    auto const found = listed.find({row, tag});
+    return found == listed.end() ? std::vector<std::string>{} : found->second;
+  }
+  u64 size() const override { return count; }
+
+  Listed listed;
+  u64 count;
+  bool says_empty = false;
+};
+
+boost::shared_ptr<Files> files(Files::Listed listed = {}, u64 rows = 9) {
+  return boost::make_shared<Files>(std::move(listed), rows);
+}
+
+void mergeInto(Project& project, Columns const& table, Infos const& infos, MergeMethod method,
+               boost::shared_ptr<Files const> const& auxFiles = files()) {
+  transact(project, [&](Project& p) { p.merge(table, infos, method, auxFiles); });
+}
+
+/// The rows of a project without their case identifiers, each with its files.
+std::string rowsOf(Project& project) {
+  std::string rows;
+  for (auto const record : project.records()) {
+    auto const row = project.getRow(record.id());
+    for (auto cell = row.begin() + 1; cell != row.end(); ++cell)
+      rows += (cell->isNull() ? "-" : cell->toString()) + ' ';
+    for (auto const file : project.auxFiles(record.id()))
+      rows += '<' + project.auxFileRawPath(file.id()) + ':' + test::listed(project.auxFileTags(file.id())) + '>';
+    rows += '\n';
+  }
+  return rows;
+}
+
+class Merge : public testing::Test {
+ protected:
+  CurrentProject project_;
+};
+
+TEST_F(Merge, RefusesInOrderBeforeAnythingChanges) {
+  mergeInto(*project_, {{1.0}}, {{"X", plain, number}}, append);
+  auto const before = stateOf(*project_);
+  Column const ids{integer(1)};
+  ColumnInfo const id{"Case ID", plain, whole};
+  auto const mismatched = "Mismatched table and descriptions sizes (true)";
+  auto const twice = "Input table contains duplicate column names. (true)";
+  auto const nature = "Input column nature doesn't match existing column. (false)";
+  auto const type = "Input column data type doesn't match existing column. (false)";
+  auto const contents = "Input column data type doesn't match actual contents. (false)";
+  auto const lengths = "The columns of the input table differ in length. (true)";
+  auto const noId = "Attempt to merge by Case ID; input lacks 'Case ID' column. (false)";
+  auto const notFirst = "Attempt to merge by Case ID; input lacks 'Case ID' as first column. (false)";
+  auto const withId = "Attempt to merge where input contains 'Case ID' column. (false)";
+  struct {
+    Columns table;
+    Infos infos;
+    std::vector<MergeMethod> methods;
+    std::string message;
+    bool fromPreparing;
+  } const cases[] = {
+      {{}, {{"A", plain, number}}, {append, byCaseId, byKeys, MergeMethod{7}}, mismatched, true},
+      {{{1.0}}, {}, {append}, mismatched, true},
+      {{{1.0}, {"t"}}, {{"A", plain, number}, {"A", plain, number}}, {append}, twice, true},
+      {{{"t"}, {1.0}}, {{"A", plain, number}, {"A", plain, number}}, {append}, contents, true},
+      {{{"t"}}, {{"X", key, text}}, {append}, nature, true},
+      {{{1.0}}, {{"X", plain, text}}, {append}, type, true},
+      {{{{}, "t"}}, {{"A", plain, number}}, {append}, contents, true},
+      {{{integer(1)}}, {{"A", plain, number}}, {append}, contents, true},
+      {{{1.0}, {}, {"t"}}, {{"A", plain, number}, {"B", plain, text}, {"X", key, text}}, {append}, nature, true},
+      {{{1.0}, {}}, {{"A", plain, number}, {"B", plain, text}}, {append, byCaseId}, lengths, true},
+      {{{1.0}}, {{"case id", plain, number}}, {byCaseId}, noId, false},
+      {{{1.0}, ids}, {{"A", plain, number}, id}, {byCaseId}, notFirst, false},
+      {{ids}, {id}, {append, byKeys, MergeMethod{7}}, withId, false},
+      {{{1.0}, ids}, {{"A", plain, number}, id}, {append}, withId, false},
+  };
+  for (auto const& [table, infos, methods, message, fromPreparing] : cases) {
+    for (auto const method : methods) {
+      EXPECT_EQ(refusalOf([&] { mergeInto(*project_, table, infos, method); }), message);
+      EXPECT_EQ(refusalOf([&] {
+                  auto info = project_->merge_prep(table, infos);
+                  info.method = method;
+                  project_->merge(info, files());
+                }),
+                message);
+      EXPECT_EQ(refusalOf([&] { (void)project_->merge_prep(table, infos); }), fromPreparing ? message : "");
+    }
+  }
+  EXPECT_EQ(stateOf(*project_), before);
+}
+
+TEST_F(Merge, OfNoColumnsDoesNothingAndAnUnknownMethodMakesTheVariables) {
+  auto const before = stateOf(*project_);
+  MergeInfo none = project_->merge_prep({}, {});
+  EXPECT_EQ(none.method, append);
+  EXPECT_EQ(none.matchCount, 0u);
+  for (std::uint32_t method = 0; method < 8; ++method) {
+    none.method = MergeMethod{method};
+    project_->merge(none, files());
+    project_->merge(MergeInfo{}, files());
+    project_->merge({}, {}, MergeMethod{method}, files());
+  }
+  EXPECT_EQ(stateOf(*project_), before);
+  Infos const infos{{"N", key, number}, {"T", plain, text}, {"W", VariableNature{5}, whole}};
+  EXPECT_EQ(refusalOf([&] { mergeInto(*project_, {{}, {}, {}}, infos, MergeMethod{7}); }),
+            "Invalid MergeMethod parameter to merge() (true)");
+  EXPECT_EQ(stateOf(*project_),
+            before + "variable 2 N|||0:0|2|0|2\nvariable 3 T|||3:|3|0|0\nvariable 4 W|||0:0|1|0|5\n");
+}
+
+TEST_F(Merge, RowsClaimRecordsInOrder) {
+  Infos const infos{{"k", key, text}, {"l", key, number}, {"v", plain, number}};
+  Columns const start{{"a;", "b", "a", "b", "12"}, {1.0, {}, -0.0, {}, Variant::nan()}, {0.0, 1.0, 2.0, 3.0, 4.0}};
+  Columns const more{
+      {"b", "a", "b", "b", "a;1", "12"}, {{}, 0.0, {}, {}, {}, Variant::nan()}, {10.0, 2.0, 11.0, 12.0, 13.0, {}}};
+  // Without records every row is appended, and what was appended is not matched; nor is there a match without keys.
+  mergeInto(*project_, start, infos, byKeys);
+  EXPECT_EQ(project_->merge_prep(more, infos).matchCount, 4u);
+  EXPECT_EQ(project_->merge_prep({{3.0}}, {{"v", plain, number}}).matchCount, 0u);
+  EXPECT_EQ(project_->merge_prep({{"b"}, {0.0}}, {{"k", key, text}, {"new", key, number}}).matchCount, 0u);
+  EXPECT_EQ(project_->merge_prep({{"a", "a", "a"}}, {{"k", key, text}}).matchCount, 1u);
+  BlockStore journal{*project_};
+  mergeInto(*project_, more, infos, byKeys);
+  EXPECT_EQ(rowsOf(*project_),
+            "a; 1 0 \nb - 10 \na 0 2 \nb - 11 \n12 nan - \n"
+            "b - 12 \na;1 - 13 \n");
+  EXPECT_EQ(journal.commands().size(), 3u + 2 + 6) << "cells that differ, records, all cells of an appended row";
+  mergeInto(*project_, {{4.0}}, {{"v", plain, number}}, byKeys);
+  EXPECT_EQ(project_->records().size(), 8u) << "nothing to match by";
+  // Of a new key every record holds the default.
+  mergeInto(*project_, {{"", "x"}, {20.0, 21.0}}, {{"m", key, text}, {"v", plain, number}}, byKeys);
+  EXPECT_EQ(rowsOf(*project_).substr(0, 16), "a; 1 20  \nb - 10");
+  EXPECT_EQ(project_->records().size(), 9u);
+}
+
+TEST_F(Merge, ByCaseIdDropsWhatItDoesNotFind) {
+  mergeInto(*project_, {{1.0, 2.0, 3.0}, {"a", "b", "c"}}, {{"v", plain, number}, {"w", plain, text}}, append);
+  Infos const infos{{"Case ID", plain, whole}, {"w", plain, text}, {"v", plain, number}};
+  auto info = project_->merge_prep(
+      {{integer(3), integer(9), integer(1), integer(3)}, {"C", "X", {}, "again"}, {{}, 9.0, 1.0, 8.0}}, infos);
+  info.method = byCaseId;
+  transact(*project_,
+           [&](Project& p) { p.merge(info, files({{{0, "t"}, {"f"}}, {{1, "t"}, {"x"}}, {{3, "t"}, {"y"}}})); });
+  EXPECT_EQ(rowsOf(*project_), "1 - \n2 b \n- C <f:t,>\n");
+  EXPECT_EQ(project_->getRow(project_->records().front().id())[2].type(), Variant::Null);
+}
+
+TEST_F(Merge, FilesFollowTheirRows) {
+  Infos const infos{{"k", key, number}};
+  auto const collection =
+      files({{{0, "t"}, {"a", "a", "b"}}, {{0, "u"}, {"a"}}, {{1, "t"}, {"c"}}, {{3, "u"}, {"d"}}}, 3);
+  collection->says_empty = true;
+  mergeInto(*project_, {{1.0}}, infos, append, collection);
+  EXPECT_EQ(rowsOf(*project_), "1 \n") << "an empty collection is not asked";
+  mergeInto(*project_, {{1.0}}, infos, byKeys, collection);
+  EXPECT_EQ(rowsOf(*project_), "1 <a:t,><b:t,><a:u,>\n") << "but it is for a row that matches";
+  collection->says_empty = false;
+  mergeInto(*project_, {{1.0, 2.0, 3.0, 4.0}}, infos, byKeys, collection);
+  EXPECT_EQ(rowsOf(*project_), "1 <a:t,><b:t,><a:u,>\n2 <c:t,>\n3 \n4 \n") << "row 3 lies beyond the collection";
+  collection->count = 4;
+  mergeInto(*project_, {{7.0, 2.0, 8.0, 9.0}}, infos, byKeys, collection);
+  EXPECT_EQ(rowsOf(*project_), "1 <a:t,><b:t,><a:u,>\n2 <c:t,>\n3 \n4 \n7 <a:t,><b:t,><a:u,>\n8 \n9 <d:u,>\n");
+}
+
+TEST_F(Merge, PreparedStaysSafeWhenTheProjectChanges) {
+  Infos const infos{{"k", key, number}, {"v", plain, text}};
+  Columns const table{{1.0, 2.0}, {"a", "b"}};
+  auto info = project_->merge_prep(table, infos);
+  info.method = byKeys;
+  auto const merge = [&] { transact(*project_, [&](Project& p) { p.merge(info, files()); }); };
+  merge();
+  merge();
+  EXPECT_EQ(rowsOf(*project_), "1 a \n2 b \n") << "the second time the variables and the records are there";
+  transact(*project_, [](Project& p) { p.setVariableNature(p.variable("v").id(), VariableNature{4}); });
+  EXPECT_EQ(refusalOf(merge), "Input column nature doesn't match existing column. (false)");
+  transact(*project_, [](Project& p) { p.setVariableNature(p.variable("v").id(), plain); });
+  auto const paired = project_->merge_prep(table, infos);
+  transact(*project_, [](Project& p) { p.eraseVariable(p.variable("k").id()); });
+  EXPECT_EQ(refusalOf([&] { project_->merge(paired, files()); }), unknownEntity);
+  EXPECT_EQ(rowsOf(*project_), "a \nb \n");
+}
+
+/// What a merge leads to, written the plain way: rows of values by the names of their columns.
+struct Model {
+  using Row = std::map<std::string, Variant>;
+
+  std::vector<Row> rows;
+  std::map<std::string, Variant> defaults;
+  u64 nextCase = 1;
+  u64 cellsWritten = 0;
+
+  void merge(Columns const& table, Infos const& infos, MergeMethod method) {
+    std::vector<std::string> keys;
+    for (auto const& info : infos) {
+      if (defaults.try_emplace(info.name, info.dataType == text ? Variant{""} : Variant{}).second)
+        for (auto& row : rows) row[info.name] = defaults[info.name];
+      if (method == byCaseId ? info.name == "Case ID" : info.nature == key) keys.push_back(info.name);
+    }
+    bool const matches = method != append && !rows.empty() && !keys.empty();
+    std::vector<Row> unmatched;
+    std::set<std::size_t> claimed;
+    for (std::size_t i = 0; i < table.front().size(); ++i) {
+      Row input;
+      for (std::size_t k = 0; k < infos.size(); ++k) input[infos[k].name] = table[k][i];
+      auto const equals = [&](Row& row) {
+        return std::ranges::all_of(keys, [&](auto const& name) { return row[name] == input[name]; });
+      };
+      std::size_t at = matches ? 0 : rows.size();
+      while (at < rows.size() && (claimed.contains(at) || !equals(rows[at]))) ++at;
+      if (at == rows.size()) unmatched.push_back(input);
+      else if (claimed.insert(at).second)
+        for (auto const& [name, value] : input)
+          if (rows[at][name] != value) rows[at][name] = value, ++cellsWritten;
+    }
+    if (method == byCaseId) return;
+    for (auto const& input : unmatched) {
+      rows.push_back(defaults);
+      rows.back()["Case ID"] = integer(nextCase++);
+      for (auto const& [name, value] : input) rows.back()[name] = value, ++cellsWritten;
+    }
+  }
+};
+
+Variant someCell(VariableDataType type) {
+  static std::vector<Variant> const texts{"", "a", ";", "a;", "1", {}};
+  static std::vector<Variant> const numbers{0.0, -0.0, 1.0, Variant::nan(), {}};
+  if (type == whole) return *rc::gen::map(rc::gen::inRange<u64>(0, 7), integer);
+  return type == text ? *rc::gen::elementOf(texts) : *rc::gen::elementOf(numbers);
+}
+
+RC_GTEST_PROP(MergeProperty, EqualsAPlainModelAndIsUndoneInOneStep, ()) {
+  CurrentProject project;
+  Model model;
+  model.defaults["Case ID"] = {};
+  std::map<std::string, ColumnInfo> const known{
+      {"k", {"k", key, text}}, {"l", {"l", key, number}}, {"v", {"v", plain, number}}, {"w", {"w", plain, text}}};
+  BlockStore journal{*project};
+  for (int merges = *rc::gen::inRange(1, 6); merges > 0; --merges) {
+    auto const method = merges == 5 ? append : *rc::gen::element(append, byCaseId, byKeys, byKeys);
+    Infos infos;
+    if (method == byCaseId) infos.push_back({"Case ID", plain, whole});
+    for (auto const& [name, info] : known)
+      if (*rc::gen::inRange(0, 4) != 0) infos.push_back(info);
+    if (infos.empty()) continue;
+    auto const rows = *rc::gen::inRange<std::size_t>(0, 8);
+    Columns table;
+    for (auto const& info : infos)
+      for (table.emplace_back(); table.back().size() < rows;) table.back().push_back(someCell(info.dataType));
+
+    auto const before = stateOf(*project);
+    auto const blocks = journal.blocks.size();
+    model.cellsWritten = 0;
+    model.merge(table, infos, method);
+    mergeInto(*project, table, infos, method);
+
+    RC_ASSERT(project->records().size() == model.rows.size());
+    auto row = model.rows.begin();
+    for (auto const record : project->records()) {
+      for (auto const variable : project->variables()) {
+        auto const& expected = (*row)[project->variableName(variable.id())];
+        RC_ASSERT(exactly(project->value(variable.lock(), record.lock())) == exactly(expected));
+      }
+      ++row;
+    }
+    if (journal.blocks.size() == blocks) continue;
+    auto const after = stateOf(*project);
+    auto const commands = Journal::Transaction{journal.blocks.back(), 0}.commands();
+    RC_ASSERT(static_cast<u64>(std::ranges::count(commands, Journal::CellSet, &Journal::Command::code)) ==
+              model.cellsWritten);
+    test::undo(*project, journal.blocks.back());
+    RC_ASSERT(stateOf(*project) == before);
+    test::undo(*project, journal.blocks.back());
+    RC_ASSERT(stateOf(*project) == after);
+  }
+}
+
+}  // namespace
+}  // namespace casebook
