@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -32,6 +33,39 @@ struct Command {
   Bytes payload;
 };
 
+/// Bytes that are appended to. What is appended is unset, and many bytes grow without being copied where the system
+/// can move them.
+class CASEBOOK_EXPORT GrowingBytes {
+ public:
+  GrowingBytes() noexcept = default;
+  GrowingBytes(GrowingBytes const&) = delete;
+  GrowingBytes& operator=(GrowingBytes const&) = delete;
+  ~GrowingBytes() { release(); }
+
+  [[nodiscard]] unsigned char* data() noexcept { return data_; }
+  [[nodiscard]] unsigned char const* data() const noexcept { return data_; }
+  [[nodiscard]] std::size_t size() const noexcept { return size_; }
+  [[nodiscard]] std::size_t capacity() const noexcept { return capacity_; }
+
+  /// Where the `n` new bytes begin. Throws std::bad_alloc, and nothing has changed.
+  unsigned char* append(std::size_t n) {
+    if (n > capacity_ - size_) grow(n);
+    return data_ + std::exchange(size_, size_ + n);
+  }
+  /// Drops what is behind the first `size` bytes.
+  void truncate(std::size_t size) noexcept { size_ = size; }
+  /// Gives the memory back.
+  void release() noexcept;
+  void swap(GrowingBytes& other) noexcept;
+
+ private:
+  void grow(std::size_t n);
+
+  unsigned char* data_ = nullptr;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+};
+
 /// The block of the transaction that is ending, as a slot of the journal signal receives it.
 class CASEBOOK_EXPORT TransactionWriter {
  public:
@@ -40,7 +74,7 @@ class CASEBOOK_EXPORT TransactionWriter {
   TransactionWriter();
 
   /// The block as it stands: the head is zero until `finalize`. Valid until the slot returns.
-  [[nodiscard]] Bytes bytes() const noexcept { return bytes_; }
+  [[nodiscard]] Bytes bytes() const noexcept { return {bytes_.data(), bytes_.size()}; }
   [[nodiscard]] u64 size() const noexcept { return bytes_.size(); }
 
   /// Writes length and CRC into the head and returns the whole block, valid until the slot returns. Several slots
@@ -48,7 +82,7 @@ class CASEBOOK_EXPORT TransactionWriter {
   Bytes finalize() noexcept;
 
  protected:
-  std::vector<unsigned char> bytes_;
+  GrowingBytes bytes_;
 };
 
 /// A stored block: the bytes that begin at `offset` of `bytes`, which it borrows.

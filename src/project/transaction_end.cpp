@@ -91,6 +91,7 @@ void TransactionEnd::handOut() {
   FirstError error;
   if (asideBlock_.hasCommands()) error.guard([this] { signals_.emitJournal(asideBlock_); });
   asideBlock_.restart();
+  if (!recorder_.block().hasCommands()) asideBlock_.swap(recorder_.block());  // which has the room
   error.rethrow();
 }
 

@@ -31,7 +31,7 @@ class CheckpointWriter {
  private:
   template <class Payload>
   void command(std::uint32_t code, Payload const& payload) {
-    writeCommand(block_, scratch_, code, payload);
+    writeCommand(block_, code, payload);
   }
 
   void writeRecord(DataRecord const& record) {
@@ -60,7 +60,6 @@ class CheckpointWriter {
 
   Store const& store_;
   OpenBlock block_;
-  SimpleSerializer scratch_;
 };
 
 }  // namespace

@@ -4,12 +4,6 @@
 
 namespace casebook {
 
-void writeValue(SimpleSerializer& out, Variant const& value) {
-  writeNumber(out, static_cast<std::uint32_t>(value.type()));
-  if (value.type() == Variant::String) out.handleString(value.stringValue());
-  else writeNumber(out, value.word());
-}
-
 Variant readValue(SimpleDeserializer& in) {
   switch (auto const tag = readNumber<std::uint32_t>(in); tag) {
     case Variant::Null:

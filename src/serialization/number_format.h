@@ -15,9 +15,16 @@ namespace casebook {
 template <class T>
 concept PlainNumber = std::integral<T> || std::is_enum_v<T>;
 
-template <PlainNumber T>
-void writeNumber(SimpleSerializer& out, T number) {
+/// What can be written to: `write(data, n)` appends `n` bytes.
+template <PlainNumber T, class Out>
+void writeNumber(Out& out, T number) {
   out.write(reinterpret_cast<unsigned char const*>(&number), sizeof number);
+}
+
+template <class Out>
+void writeText(Out& out, std::string const& text) {
+  writeNumber(out, static_cast<u64>(text.size()));
+  out.write(reinterpret_cast<unsigned char const*>(text.data()), text.size());
 }
 
 template <PlainNumber T>
@@ -30,7 +37,12 @@ T readNumber(SimpleDeserializer& in) {
 /// The fewest bytes that a value takes.
 constexpr u64 leastValueSize = sizeof(std::uint32_t) + sizeof(u64);
 
-void writeValue(SimpleSerializer& out, Variant const& value);
+template <class Out>
+void writeValue(Out& out, Variant const& value) {
+  writeNumber(out, static_cast<std::uint32_t>(value.type()));
+  if (value.type() == Variant::String) writeText(out, value.stringValue());
+  else writeNumber(out, value.word());
+}
 
 /// Throws ("Unknown type of value in a journal command.", true) for a type that is not known, besides the message of
 /// SimpleDeserializer::read.

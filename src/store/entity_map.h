@@ -3,7 +3,7 @@
 #include <casebook/exception_base.h>
 #include <casebook/variant.h>
 
-#include <boost/unordered_map.hpp>
+#include "store/uid_index.h"
 
 #include <map>
 #include <ranges>
@@ -20,10 +20,7 @@ namespace casebook {
 template <class Entity>
 class EntityMap {
  public:
-  [[nodiscard]] Entity* find(u64 uid) noexcept {
-    auto const found = index_.find(uid);
-    return found == index_.end() ? nullptr : found->second;
-  }
+  [[nodiscard]] Entity* find(u64 uid) noexcept { return index_.find(uid); }
   [[nodiscard]] Entity const* find(u64 uid) const noexcept { return const_cast<EntityMap*>(this)->find(uid); }
 
   [[nodiscard]] Entity& at(u64 uid) {
@@ -38,7 +35,7 @@ class EntityMap {
     u64 const uid = entity.id;
     auto const place = entities_.emplace_hint(entities_.end(), uid, std::move(entity));
     try {
-      index_.emplace(uid, &place->second);
+      index_.insert(uid, &place->second);
     } catch (...) {
       entities_.erase(place);
       throw;
@@ -47,6 +44,7 @@ class EntityMap {
   }
 
   void erase(u64 uid) noexcept {
+    if (!find(uid)) return;
     index_.erase(uid);
     entities_.erase(uid);
   }
@@ -66,7 +64,7 @@ class EntityMap {
 
  private:
   std::map<u64, Entity> entities_;
-  boost::unordered_map<u64, Entity*> index_;
+  UidIndex<Entity> index_;
 };
 
 }  // namespace casebook

@@ -6,7 +6,9 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace casebook {
 
@@ -56,19 +58,19 @@ Journal::Bytes commandBytes(Journal::Bytes block) noexcept {
 
 }  // namespace
 
-void OpenBlock::append(std::uint32_t code, Journal::Bytes payload) {
-  u64 const place = bytes_.size();
-  u64 const length = Head::size + payload.size();
-  bytes_.resize(place + length);
-  writeHead(bytes_.data() + place, {length, code});
-  if (!payload.empty()) std::memcpy(bytes_.data() + place + Head::size, payload.data(), payload.size());
+void OpenBlock::appendHead() { std::memset(bytes_.append(headerSize), 0, headerSize); }
+
+void OpenBlock::writeCommandHead(u64 place, std::uint32_t code) noexcept {
+  writeHead(bytes_.data() + place, {bytes_.size() - place, code});
 }
 
 void OpenBlock::restart() noexcept {
-  constexpr std::size_t roomToKeep = 65536;
-  bytes_.resize(headerSize);
-  if (bytes_.capacity() > roomToKeep) bytes_.shrink_to_fit();
-  std::ranges::fill(bytes_, static_cast<unsigned char>(0));
+  constexpr u64 smallRoom = 65536;
+  constexpr u64 mostRoom = u64{1} << 27;
+  recentSize_ = std::max(size(), recentSize_ - recentSize_ / 8);
+  bytes_.truncate(std::min<u64>(headerSize, size()));
+  if (bytes_.capacity() > mostRoom || bytes_.capacity() > std::max(smallRoom, 4 * recentSize_)) bytes_.release();
+  else if (bytes_.size() != 0) std::memset(bytes_.data(), 0, headerSize);
 }
 
 namespace Journal {
@@ -80,12 +82,57 @@ RestoreError::RestoreError(u64 number, std::string reason)
 
 RestoreError::~RestoreError() = default;
 
-TransactionWriter::TransactionWriter() : bytes_(headerSize) {}
+namespace {
+
+// From here on bytes come from malloc, whose blocks can grow where they are.
+constexpr std::size_t largeCapacity = std::size_t{1} << 20;
+
+unsigned char* allocated(std::size_t capacity) {
+  auto* const bytes = capacity < largeCapacity ? ::operator new(capacity) : std::malloc(capacity);
+  if (!bytes) throw std::bad_alloc{};
+  return static_cast<unsigned char*>(bytes);
+}
+
+unsigned char* reallocated(unsigned char* bytes, std::size_t capacity) {
+  auto* const moved = std::realloc(bytes, capacity);
+  if (!moved) throw std::bad_alloc{};
+  return static_cast<unsigned char*>(moved);
+}
+
+}  // namespace
+
+void GrowingBytes::grow(std::size_t n) {
+  std::size_t const capacity = std::max<std::size_t>({size_ + n, capacity_ + capacity_ / 2, 256});
+  if (capacity_ >= largeCapacity) {
+    data_ = reallocated(data_, capacity);
+  } else {
+    auto* const bytes = allocated(capacity);
+    if (size_ != 0) std::memcpy(bytes, data_, size_);
+    ::operator delete(data_);
+    data_ = bytes;
+  }
+  capacity_ = capacity;
+}
+
+void GrowingBytes::release() noexcept {
+  if (capacity_ < largeCapacity) ::operator delete(data_);
+  else std::free(data_);
+  data_ = nullptr;
+  size_ = capacity_ = 0;
+}
+
+void GrowingBytes::swap(GrowingBytes& other) noexcept {
+  std::swap(data_, other.data_);
+  std::swap(size_, other.size_);
+  std::swap(capacity_, other.capacity_);
+}
+
+TransactionWriter::TransactionWriter() { std::memset(bytes_.append(headerSize), 0, headerSize); }
 
 Bytes TransactionWriter::finalize() noexcept {
   Bytes const content = bytes().subspan(headerSize);
   writeHead(bytes_.data(), {size(), content.empty() ? 0 : crcOf(content)});
-  return bytes_;
+  return bytes();
 }
 
 u64 Transaction::length() const noexcept {

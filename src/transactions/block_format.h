@@ -2,21 +2,56 @@
 
 #include <casebook/journal.h>
 
+#include <cstring>
+#include <utility>
+
 namespace casebook {
 
-/// The open block of the journal: a writer that takes commands. One that was moved from takes them again, and making
-/// room for its head is the first thing that it does then: to set a block aside needs no memory.
+/// The open block of the journal: a writer that takes commands. Without memory, as it is when the room of a large block
+/// was given back, it makes room for its head with the first of them.
 class OpenBlock : public Journal::TransactionWriter {
  public:
   [[nodiscard]] bool hasCommands() const noexcept { return size() > headerSize; }
 
-  /// Appends a command; when memory runs out the block is as it was.
-  void append(std::uint32_t code, Journal::Bytes payload);
+  /// Appends a command, its payload being what `write` writes into the block; when it throws the block is as it was.
+  template <class Write>
+  void append(std::uint32_t code, Write const& write);
 
-  /// Back to the empty head, without taking memory; the room of a large block is given back.
+  /// What `append` lets write.
+  void write(unsigned char const* data, u64 n) {
+    auto* const place = bytes_.append(n);
+    if (n != 0) std::memcpy(place, data, n);
+  }
+
+  /// Back to the empty head, without taking memory. The room stays as long as blocks of about that size keep coming.
   void restart() noexcept;
 
-  void swap(OpenBlock& other) noexcept { bytes_.swap(other.bytes_); }
+  void swap(OpenBlock& other) noexcept {
+    bytes_.swap(other.bytes_);
+    std::swap(recentSize_, other.recentSize_);
+  }
+
+ private:
+  static constexpr u64 commandHeadSize = 12;
+
+  void appendHead();
+  void writeCommandHead(u64 place, std::uint32_t code) noexcept;
+
+  u64 recentSize_ = 0;  // of the largest block of late, fading
 };
+
+template <class Write>
+void OpenBlock::append(std::uint32_t code, Write const& write) {
+  if (bytes_.size() == 0) appendHead();
+  u64 const place = bytes_.size();
+  bytes_.append(commandHeadSize);
+  try {
+    write(*this);
+  } catch (...) {
+    bytes_.truncate(place);
+    throw;
+  }
+  writeCommandHead(place, code);
+}
 
 }  // namespace casebook

@@ -39,6 +39,14 @@ struct CellPayload {
   u64 variable = 0;
 };
 
+/// The same of values that stand elsewhere, to be written.
+struct CellPayloadView {
+  Variant const& oldValue;
+  Variant const& newValue;
+  u64 record;
+  u64 variable;
+};
+
 /// The payload of VariableMadeStatic.
 struct StaticVariablePayload {
   u64 uid = 0;
@@ -63,7 +71,8 @@ void describe(Archive& archive, Item& item) {
   archive("uid", item.uid);
 }
 
-template <class Archive, Describes<CellPayload> Cell>
+template <class Archive, class Cell>
+  requires Describes<Cell, CellPayload> || Describes<Cell, CellPayloadView>
 void describe(Archive& archive, Cell& cell) {
   archive("oldValue", cell.oldValue);
   archive("newValue", cell.newValue);
@@ -127,9 +136,10 @@ void describe(Archive& archive, Entity& group) {
 }
 
 /// Writes the fields behind each other.
+template <class Out>
 class PayloadWriter {
  public:
-  explicit PayloadWriter(SimpleSerializer& out) : out_{out} {}
+  explicit PayloadWriter(Out& out) : out_{out} {}
 
   template <class T>
   void operator()(std::string_view, T const& field) {
@@ -141,7 +151,7 @@ class PayloadWriter {
   void write(T number) {
     writeNumber(out_, number);
   }
-  void write(std::string const& text) { out_.handleString(text); }
+  void write(std::string const& text) { writeText(out_, text); }
   void write(Variant const& value) { writeValue(out_, value); }
   template <class T>
   void write(std::vector<T> const& list) {
@@ -149,7 +159,7 @@ class PayloadWriter {
     for (auto const& element : list) write(element);
   }
 
-  SimpleSerializer& out_;
+  Out& out_;
 };
 
 /// Reads the fields as they were written; throws as SimpleDeserializer::read does when they end too early. Never
@@ -183,12 +193,6 @@ class PayloadReader {
 };
 
 template <class Payload>
-void writePayload(SimpleSerializer& out, Payload const& payload) {
-  PayloadWriter writer{out};
-  describe(writer, payload);
-}
-
-template <class Payload>
 Payload readPayload(SimpleDeserializer& in) {
   Payload payload;
   PayloadReader reader{in};
@@ -196,13 +200,13 @@ Payload readPayload(SimpleDeserializer& in) {
   return payload;
 }
 
-/// Appends a command with this payload to a block, through `scratch`.
+/// Appends a command with this payload to a block; when it throws the block is as it was.
 template <class Payload>
-void writeCommand(OpenBlock& block, SimpleSerializer& scratch, std::uint32_t code, Payload const& payload) {
-  scratch.clear();
-  writePayload(scratch, payload);
-  auto const [bytes, size] = scratch.finalize();
-  block.append(code, {bytes, size});
+void writeCommand(OpenBlock& block, std::uint32_t code, Payload const& payload) {
+  block.append(code, [&payload](OpenBlock& out) {
+    PayloadWriter writer{out};
+    describe(writer, payload);
+  });
 }
 
 /// Calls `visitor.template operator()<Payload>()` with the type of payload that commands of this code carry, with or

@@ -16,7 +16,7 @@ void Recorder::take(Change const& change) {
 
 template <class Payload>
 void Recorder::journal(std::uint32_t code, Payload const& payload) {
-  if (journalling()) writeCommand(block_, scratch_, code, payload);
+  if (journalling()) writeCommand(block_, code, payload);
 }
 
 void Recorder::record(PropertyChange const& change) {
@@ -24,8 +24,7 @@ void Recorder::record(PropertyChange const& change) {
 }
 
 void Recorder::record(CellChange const& change) {
-  if (journalling())
-    journal(Journal::CellSet, CellPayload{change.before, change.after, change.record.id, change.variable.id});
+  journal(Journal::CellSet, CellPayloadView{change.before, change.after, change.record.id, change.variable.id});
   log_.markValuesChanged();
 }
 

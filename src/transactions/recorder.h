@@ -53,7 +53,6 @@ class Recorder : public ChangeSink {
   Signals const& signals_;
   StaleTags& staleTags_;
   OpenBlock block_;
-  SimpleSerializer scratch_;
   bool muted_ = false;
 };
 

@@ -83,7 +83,7 @@ void eraseAll(Project& p) {
 }
 
 TEST_F(Abort, AfterAnEditRanOutOfMemoryLeavesNothing) {
-  std::set<std::string> const ofSteps{"setRow", "activate", "setCalculated", "removeTags"};
+  std::set<std::string> const ofSteps{"setRow", "activate", "setCalculated", "removeTags", "merge"};
   for (u64 kind = 0; kind < std::size(test::randomEdits); ++kind)
     for (u64 const word : {0u, 75u, 99'991u}) {
       SCOPED_TRACE(test::randomEdits[kind].name);

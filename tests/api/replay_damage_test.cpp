@@ -20,11 +20,12 @@ using Direction = Journal::Direction;
 /// Gives any content a head that is right.
 class Finalized : public Journal::TransactionWriter {
  public:
-  explicit Finalized(Content content) {
-    bytes_ = std::move(content);
+  explicit Finalized(Content const& content) {
+    bytes_.truncate(0);
+    std::ranges::copy(content, bytes_.append(content.size()));
     finalize();
   }
-  [[nodiscard]] Content const& content() const noexcept { return bytes_; }
+  [[nodiscard]] Content content() const { return {bytes().begin(), bytes().end()}; }
 };
 
 bool isValid(Content const& block) { return Journal::Transaction{block, 0}.valid(); }
