@@ -97,6 +97,9 @@ class CASEBOOK_EXPORT Transaction {
   /// The length that the head claims, 0 when the bytes hold no whole head.
   [[nodiscard]] u64 length() const noexcept;
 
+  /// What the bytes hold of the block: no more than its head claims.
+  [[nodiscard]] Bytes bytes() const noexcept;
+
   /// The complete commands in order, up to the first that does not lie whole within the block and the bytes. Does not
   /// ask for the CRC.
   [[nodiscard]] std::vector<Command> commands() const;

@@ -3,6 +3,7 @@
 #include <casebook/export.h>
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -66,7 +67,13 @@ class CASEBOOK_EXPORT SimpleDeserializer {
 
   /// Copies the next `n` bytes to `out`. With fewer left, throws
   /// varnel::ExceptionBase("Attempt to read beyond end of data block.", true) and stays where it is.
-  void read(unsigned char* out, u64 n);
+  void read(unsigned char* out, u64 n) {
+    auto const* const from = passOver(n);
+    if (n != 0) std::memcpy(out, from, n);
+  }
+
+  /// Passes over the next `n` bytes; throws as `read` does.
+  void skip(u64 n) { passOver(n); }
 
   /// Reads a text as SimpleSerializer::handleString writes it. With fewer bytes left than its length says, the
   /// length is consumed, `text` becomes that many zero bytes as are left, and the message of `read` is thrown.
@@ -75,6 +82,12 @@ class CASEBOOK_EXPORT SimpleDeserializer {
   [[nodiscard]] u64 remaining() const noexcept { return static_cast<u64>(end_ - position_); }
 
  private:
+  unsigned char const* passOver(u64 n) {
+    if (n > remaining()) refuseRead();
+    return std::exchange(position_, position_ + n);
+  }
+  [[noreturn]] static void refuseRead();
+
   unsigned char const* position_;
   unsigned char const* end_;
 };

@@ -20,6 +20,23 @@ CodeKind kindOfCode(std::uint32_t code) { return static_cast<CodeKind>(code >> 1
 
 constexpr std::uint32_t withoutInverse(std::uint32_t code) { return code & ~std::uint32_t{Journal::Inverse}; }
 
+/// What replaying a CellSet needs of it.
+struct CellStep {
+  Variant value;
+  u64 record;
+  u64 variable;
+};
+
+CellStep readCellStep(SimpleDeserializer& in, bool backwards) {
+  CellStep step;
+  if (!backwards) skipValue(in);
+  step.value = readValue(in);
+  if (backwards) skipValue(in);
+  step.record = readNumber<u64>(in);
+  step.variable = readNumber<u64>(in);
+  return step;
+}
+
 /// Commands that leave every column as it is, while rows of records are loose.
 bool leavesColumns(std::uint32_t code) {
   return code == Journal::RecordCreated || code == Journal::RecordInserted || code == Journal::AuxFileCreated;
@@ -56,19 +73,22 @@ void Replay::storeCommandProcessors() {
 
 // Every column has a cell for each record when a host sees the table again, also after a refusal.
 void Replay::run(Journal::Transaction const& block, Journal::Direction direction) {
-  auto const commands = block.commands();
   FirstError error;
-  error.guard([&] { walk(commands, direction != Journal::Direction::Forwards); });
+  error.guard([&] { walk(block.bytes(), direction != Journal::Direction::Forwards); });
   table_.settleRows();
   error.rethrow();
   deletion_.performDelayedErasures();
 }
 
-void Replay::walk(std::vector<Journal::Command> const& commands, bool backwards) {
-  if (backwards)
-    for (auto const& command : std::views::reverse(commands)) process(command, true);
-  else
-    for (auto const& command : commands) process(command, false);
+void Replay::walk(Journal::Bytes block, bool backwards) {
+  CommandReader reader{block};
+  if (!backwards) {
+    while (reader.next()) process(reader.command(), false);
+    return;
+  }
+  std::vector<u64> lengths;
+  while (reader.next()) lengths.push_back(reader.length());
+  for (u64 const length : std::views::reverse(lengths)) process(reader.stepBack(length), true);
 }
 
 void Replay::process(Journal::Command const& command, bool backwards) {
@@ -76,8 +96,14 @@ void Replay::process(Journal::Command const& command, bool backwards) {
   UndoData data{
       {command.payload.data(), command.payload.size()}, backwards != inverseStored, withoutInverse(command.code)};
   if (!leavesColumns(data.code)) table_.settleRows();
-  auto const found = processors_.find(data.code);
-  (this->*(found == processors_.end() ? &Replay::processChangeItemCommand : found->second))(data);
+  (this->*processorOf(data.code))(data);
+}
+
+auto Replay::processorOf(std::uint32_t code) -> Processor {
+  if (code == lastCode_) return lastProcessor_;
+  auto const found = processors_.find(code);
+  lastCode_ = code;
+  return lastProcessor_ = found == processors_.end() ? &Replay::processChangeItemCommand : found->second;
 }
 
 /// An entity that is to be inserted brings a UID that can have been handed out and that nothing holds.
@@ -134,9 +160,9 @@ void Replay::processPathRegex(UndoData& data) { insertOrRemove<DataPathRegex>(da
 void Replay::processTagGroup(UndoData& data) { insertOrRemove<DataTagGroup>(data, tagGroups_); }
 
 void Replay::processSetValueCommand(UndoData& data) {
-  auto const cell = readPayload<CellPayload>(data.reader);
+  auto const cell = readCellStep(data.reader, data.inverse);
   auto& variable = store_.variables.at(cell.variable);
-  table_.setCell(variable, store_.records.at(cell.record), data.inverse ? cell.oldValue : cell.newValue);
+  table_.setCell(variable, store_.records.at(cell.record), cell.value);
 }
 
 void Replay::processSetVariableStaticCommand(UndoData& data) {

@@ -38,7 +38,7 @@ class Replay {
   using Processor = void (Replay::*)(UndoData&);
 
   void storeCommandProcessors();
-  void walk(std::vector<Journal::Command> const& commands, bool backwards);
+  void walk(Journal::Bytes block, bool backwards);
   void process(Journal::Command const& command, bool backwards);
 
   void processVariable(UndoData& data);
@@ -70,7 +70,11 @@ class Replay {
   VariableRules& variableRules_;
   PathRules& pathRules_;
   Deletion& deletion_;
+  [[nodiscard]] Processor processorOf(std::uint32_t code);
+
   std::unordered_map<std::uint32_t, Processor> processors_{11};
+  std::uint32_t lastCode_ = 0;  // commands of one code come in long runs
+  Processor lastProcessor_ = &Replay::processChangeItemCommand;
 };
 
 }  // namespace casebook

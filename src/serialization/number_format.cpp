@@ -4,6 +4,12 @@
 
 namespace casebook {
 
+namespace {
+
+[[noreturn]] void refuseType() { throw varnel::ExceptionBase{"Unknown type of value in a journal command.", true}; }
+
+}  // namespace
+
 Variant readValue(SimpleDeserializer& in) {
   switch (auto const tag = readNumber<std::uint32_t>(in); tag) {
     case Variant::Null:
@@ -15,7 +21,17 @@ Variant readValue(SimpleDeserializer& in) {
       return Variant{std::move(text)};
     }
   }
-  throw varnel::ExceptionBase{"Unknown type of value in a journal command.", true};
+  refuseType();
+}
+
+void skipValue(SimpleDeserializer& in) {
+  switch (readNumber<std::uint32_t>(in)) {
+    case Variant::Null:
+    case Variant::UnsignedInteger:
+    case Variant::FloatingPoint: return in.skip(sizeof(u64));
+    case Variant::String: return in.skip(readNumber<u64>(in));
+  }
+  refuseType();
 }
 
 }  // namespace casebook

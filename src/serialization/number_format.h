@@ -48,4 +48,7 @@ void writeValue(Out& out, Variant const& value) {
 /// SimpleDeserializer::read.
 Variant readValue(SimpleDeserializer& in);
 
+/// Passes over a value; throws as readValue does.
+void skipValue(SimpleDeserializer& in);
+
 }  // namespace casebook

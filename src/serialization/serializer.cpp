@@ -10,7 +10,7 @@ namespace {
 
 constexpr u64 initialCapacity = 80;
 
-[[noreturn]] void refuseRead() { throw varnel::ExceptionBase{"Attempt to read beyond end of data block.", true}; }
+[[noreturn]] void refuseShortData() { throw varnel::ExceptionBase{"Attempt to read beyond end of data block.", true}; }
 
 void writeCount(SimpleSerializer& out, u64 count) {
   out.write(reinterpret_cast<unsigned char const*>(&count), sizeof count);
@@ -33,7 +33,7 @@ void transfer(SimpleDeserializer& in, std::vector<std::string>& texts) {
   u64 const possible = std::min(count, in.remaining() / leastTextSize);
   texts.clear();
   texts.resize(possible);
-  if (count > possible) refuseRead();
+  if (count > possible) refuseShortData();
   for (auto& text : texts) in.handleString(text);
 }
 
@@ -75,11 +75,7 @@ void SimpleSerializer::handleString(std::string const& text) {
   write(reinterpret_cast<unsigned char const*>(text.data()), text.size());
 }
 
-void SimpleDeserializer::read(unsigned char* out, u64 n) {
-  if (n > remaining()) refuseRead();
-  if (n != 0) std::memcpy(out, position_, n);
-  position_ += n;
-}
+void SimpleDeserializer::refuseRead() { refuseShortData(); }
 
 void SimpleDeserializer::handleString(std::string& text) {
   u64 const count = readCount(*this);

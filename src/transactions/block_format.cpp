@@ -49,13 +49,6 @@ bool holdsWhole(Journal::Bytes bytes) noexcept {
   return length >= Head::size && length <= bytes.size();
 }
 
-/// What follows the head of a block, as far as its length and the bytes reach.
-Journal::Bytes commandBytes(Journal::Bytes block) noexcept {
-  if (block.size() < Head::size) return {};
-  u64 const length = std::min<u64>(readHead(block).length, block.size());
-  return length < Head::size ? Journal::Bytes{} : block.subspan(Head::size, length - Head::size);
-}
-
 }  // namespace
 
 void OpenBlock::appendHead() { std::memset(bytes_.append(headerSize), 0, headerSize); }
@@ -71,6 +64,22 @@ void OpenBlock::restart() noexcept {
   bytes_.truncate(std::min<u64>(headerSize, size()));
   if (bytes_.capacity() > mostRoom || bytes_.capacity() > std::max(smallRoom, 4 * recentSize_)) bytes_.release();
   else if (bytes_.size() != 0) std::memset(bytes_.data(), 0, headerSize);
+}
+
+CommandReader::CommandReader(Journal::Bytes block) noexcept
+    : rest_{block.size() < Head::size ? Journal::Bytes{} : block.subspan(Head::size)} {}
+
+bool CommandReader::next() noexcept {
+  if (!holdsWhole(rest_)) return false;
+  auto const [length, code] = readHead(rest_);
+  command_ = {code, rest_.subspan(Head::size, length - Head::size)};
+  rest_ = rest_.subspan(length);
+  return true;
+}
+
+Journal::Command CommandReader::stepBack(u64 length) noexcept {
+  rest_ = {rest_.data() - length, rest_.size() + length};
+  return {readHead(rest_).number, rest_.subspan(Head::size, length - Head::size)};
 }
 
 namespace Journal {
@@ -147,14 +156,15 @@ bool Transaction::valid() const noexcept {
   return length == Head::size || crcOf(rest.subspan(Head::size, length - Head::size)) == crc;
 }
 
+Bytes Transaction::bytes() const noexcept {
+  Bytes const rest = from(bytes_, offset_);
+  return rest.first(std::min<u64>(length(), rest.size()));
+}
+
 std::vector<Command> Transaction::commands() const {
   std::vector<Command> commands;
-  Bytes rest = commandBytes(from(bytes_, offset_));
-  while (holdsWhole(rest)) {
-    auto const [length, code] = readHead(rest);
-    commands.push_back({code, rest.subspan(Head::size, length - Head::size)});
-    rest = rest.subspan(length);
-  }
+  CommandReader reader{bytes()};
+  while (reader.next()) commands.push_back(reader.command());
   return commands;
 }
 

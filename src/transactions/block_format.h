@@ -40,6 +40,27 @@ class OpenBlock : public Journal::TransactionWriter {
   u64 recentSize_ = 0;  // of the largest block of late, fading
 };
 
+/// Goes through the complete commands of a block, of which it is given what Transaction::bytes gives.
+class CommandReader {
+ public:
+  explicit CommandReader(Journal::Bytes block) noexcept;
+
+  /// Whether there was one more command, which is then the current one.
+  [[nodiscard]] bool next() noexcept;
+  [[nodiscard]] Journal::Command const& command() const noexcept { return command_; }
+  /// The bytes that it takes.
+  [[nodiscard]] u64 length() const noexcept { return commandHeadSize + command_.payload.size(); }
+  /// Makes the command that ends where the reader stands, of which `next` said how many bytes it takes, the next one
+  /// again, and gives it.
+  [[nodiscard]] Journal::Command stepBack(u64 length) noexcept;
+
+ private:
+  static constexpr u64 commandHeadSize = 12;
+
+  Journal::Bytes rest_;
+  Journal::Command command_;
+};
+
 template <class Write>
 void OpenBlock::append(std::uint32_t code, Write const& write) {
   if (bytes_.size() == 0) appendHead();
