@@ -49,6 +49,7 @@ bool Calculation::Source::matches(DataVariable const& now) const noexcept {
 void Calculation::updateCalculatedValues() {
   if (!isCurrent()) renew();
   if (plan_) evaluate();
+  calculatedAt_ = store_.touched.now();
 }
 
 void Calculation::calculateWhatCompiles() {
@@ -57,6 +58,7 @@ void Calculation::calculateWhatCompiles() {
   adopt(std::move(compiled.equations));
   if (plan_) evaluate();
   if (!compiled.failed.empty()) plan_.reset();
+  calculatedAt_ = store_.touched.now();
 }
 
 // No plan is that of a table without calculated variables.
@@ -84,7 +86,7 @@ void Calculation::adopt(std::vector<TargetedExpression> equations) {
   expression::EquationPlan plan{std::move(equations)};
   expression::EquationPlan::Scratch scratch{plan};
   std::vector<Variant*> columns(sources.size());
-  plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns));
+  plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns), std::vector<Variant>{});
 }
 
 // Name by name, which is the order that the journal tells; the second time a name comes its variables are static.
@@ -101,7 +103,24 @@ void Calculation::makeVariableStatic(std::vector<std::string> const& names) {
 void Calculation::evaluate() {
   std::ranges::transform(store_.variables.all(), plan_->columns.begin(),
                          [](DataVariable& variable) { return variable.values.data(); });
-  plan_->equations.evaluate(plan_->columns, 0, table_.rowCount(), plan_->scratch);
+  for (std::size_t first = 0; first < table_.rowCount(); first += expression::blockRows)
+    evaluateBlock(first, std::min<std::size_t>(expression::blockRows, table_.rowCount() - first));
+}
+
+void Calculation::evaluateBlock(std::size_t first, std::size_t count) {
+  auto& [sources, equations, scratch, columns, before] = *plan_;
+  before.clear();
+  auto const forTargets = [&](auto const& visit) {
+    for (auto& variable : store_.variables.all())
+      if (isCalculated(variable)) visit(variable, std::span{variable.values}.subspan(first, count));
+  };
+  forTargets([&](auto&, std::span<Variant const> cells) { before.insert(before.end(), cells.begin(), cells.end()); });
+  equations.evaluate(columns, first, first + count, scratch);
+  auto held = before.begin();
+  forTargets([&](DataVariable& variable, std::span<Variant const> cells) {
+    for (std::size_t i = 0; i < count; ++i, ++held)
+      if (!cells[i].isIdentical(*held)) store_.touched.noteWrite(variable, first + i, *held);
+  });
 }
 
 }  // namespace casebook

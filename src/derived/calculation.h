@@ -22,6 +22,9 @@ class Calculation {
   /// Works out those whose expressions are expressions, and leaves the others as they are.
   void calculateWhatCompiles();
 
+  /// When the columns were last worked out; what was touched later has yet to be seen.
+  [[nodiscard]] u64 calculatedAt() const noexcept { return calculatedAt_; }
+
  private:
   /// What the equations depend on, of one variable.
   struct Source {
@@ -38,6 +41,7 @@ class Calculation {
     expression::EquationPlan equations;
     expression::EquationPlan::Scratch scratch;
     std::vector<Variant*> columns;
+    std::vector<Variant> before;  ///< what the targets held in a block
   };
 
   [[nodiscard]] bool isCurrent() const noexcept;
@@ -45,10 +49,12 @@ class Calculation {
   void adopt(std::vector<expression::TargetedExpression> equations);
   void makeVariableStatic(std::vector<std::string> const& names);
   void evaluate();
+  void evaluateBlock(std::size_t first, std::size_t count);
 
   Store& store_;
   Table& table_;
   std::optional<Plan> plan_;  // kept while the names, the expressions and the set of variables stay
+  u64 calculatedAt_ = 0;
 };
 
 }  // namespace casebook

@@ -98,7 +98,7 @@ void Project::restore(std::span<Journal::Transaction const> blocks, u64 nextUid)
     throw varnel::ExceptionBase{"Only a new project can be restored.", true};
   try {
     restoreBlocks(parts.store, parts.recorder, parts.calculation, parts.replay, blocks, nextUid);
-    parts.statistics.recompute();
+    parts.transactions.refreshStatistics();
   } catch (...) {
     parts.restart();
     throw;

@@ -82,8 +82,14 @@ void TransactionEnd::emitTransactionSignals(ChangeLog const& done, FirstError& e
   if (!removals) clearDerived();
   // From here on nothing that fails takes away what was kept before. What could not be kept is worked out when it is
   // asked for.
-  if (!error.guard([this] { statistics_.recompute(); })) statistics_.clear();
+  if (!error.guard([this] { refreshStatistics(); })) statistics_.clear();
   error.guard([&] { signals_.emitChange(record); });
+}
+
+// What slots touched after the calculation has to reach the next one.
+void TransactionEnd::refreshStatistics() {
+  statistics_.recompute();
+  if (calculation_.calculatedAt() == store_.touched.now()) store_.touched.settle(store_.variables);
 }
 
 // Once, whatever the slots throw.

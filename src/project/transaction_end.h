@@ -15,6 +15,9 @@ namespace casebook {
 ///   4. the log and the open block are set aside; what slots do from here on is a transaction of its own
 ///   5. emitTransactionSignals with what was set aside
 ///
+/// Derived values are refreshed from what was touched: calculated columns in step 2, whose results are touched cells as
+/// well, then statistics before the last signal. An end that fails forgets nothing.
+///
 /// The depth is 0 throughout. A transaction that a slot opens, and changes that it makes outside one, end after step
 /// 5, in the same way, as often as there is something to end. An exception skips to the end of step 5, where the
 /// block is handed out if it was not; only one in the statistics does not keep the record from the slots. The first
@@ -43,6 +46,9 @@ class TransactionEnd {
 
   /// Emits the reset signal, then ends what its slots left waiting.
   void emitReset();
+
+  /// Brings the statistics up to date, and forgets what was touched when everything derived has seen it.
+  void refreshStatistics();
 
  private:
   void endWaiting();

@@ -3,6 +3,8 @@
 #include <casebook/variable_enums.h>
 #include <casebook/variant.h>
 
+#include "store/touched_column.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -35,6 +37,7 @@ struct DataVariable : DataBase {
   VariableNature nature{};
   VariableDataType dataType{};
   VariableType type{};
+  TouchedColumn touched;
 };
 
 struct DataRecord : DataBase {

@@ -7,6 +7,7 @@
 namespace casebook {
 
 inline void leaveOthers(Store& store, DataVariable const& variable) noexcept {
+  store.touched.noteGone(variable.id);
   if (store.statusVariable == &variable) store.statusVariable = nullptr;
 }
 

@@ -57,7 +57,8 @@ u64 LooseRows::firstRow(u64 columnLength) const noexcept {
 void LooseRows::settle(Store& store) noexcept {
   if (empty()) return;
   findTail(store);
-  u64 const first = firstRow(store.caseId->values.size());
+  u64 const length = store.caseId->values.size();
+  u64 const first = firstRow(length);
   std::size_t column = 0;
   for (auto& variable : store.variables.all()) {
     auto& values = variable.values;
@@ -70,6 +71,8 @@ void LooseRows::settle(Store& store) noexcept {
   }
   u64 row = first;
   for (auto const& source : tail_) source.record->row = row++;
+  if (first < length) store.touched.noteMoved();
+  else store.touched.noteAppended();
   clear();
 }
 

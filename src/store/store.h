@@ -2,6 +2,7 @@
 
 #include "store/entities.h"
 #include "store/entity_map.h"
+#include "store/touched_cells.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -33,6 +34,7 @@ struct Store {
   EntityMap<DataVariableRegex> variableRegexs;
   EntityMap<DataPathRegex> pathRegexs;
   EntityMap<DataAuxFile> auxFiles;
+  TouchedCells touched;
   DataVariable* caseId = nullptr;
   DataVariable* statusVariable = nullptr;
   std::vector<u64> formerStatusVariables;  ///< those that were of type CaseStatus in the open transaction

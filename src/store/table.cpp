@@ -40,6 +40,7 @@ void Table::restart() {
   auto caseId = newCaseId();
   caseId.id = fresh.assignUid();
   fresh.caseId = &fresh.variables.insert(std::move(caseId));
+  fresh.touched = store_.touched.successor();
   store_ = std::move(fresh);
   looseRows_.clear();
 }
@@ -55,6 +56,7 @@ DataVariable& Table::insertVariable(DataVariable variable) {
   bool const isStatus = variable.type == VariableType::CaseStatus;
   if (isStatus && store_.statusVariable) refuseSecondStatusVariable();
   auto& inserted = create(store_, sink_, std::move(variable));
+  store_.touched.noteColumn(inserted);
   if (isStatus) store_.statusVariable = &inserted;
   return inserted;
 }
@@ -92,6 +94,7 @@ void Table::makeStatic(DataVariable& variable, std::vector<Variant> values) {
     return;
   }
   sink_.take(MadeStatic{variable, values});
+  store_.touched.noteColumn(variable);
   variable.values.swap(values);
   variable.type = VariableType::Ordinary;
 }
@@ -129,6 +132,7 @@ DataRecord& Table::addRecord() {
   auto& record = create(store_, sink_, std::move(description));
   for (auto& variable : store_.variables.all()) variable.values.push_back(variable.defaultValue);
   store_.caseId->values.back() = caseId;
+  store_.touched.noteAppended();
   return record;
 }
 
@@ -177,8 +181,14 @@ void Table::setValue(DataVariable& variable, u64 record, Variant const& value) {
 }
 
 void Table::setCell(DataVariable& variable, DataRecord const& record, Variant const& value) {
-  auto& cell = variable.values[record.row];
-  sink_.take(CellChange{variable, record, cell, value});
+  sink_.take(CellChange{variable, record, variable.values[record.row], value});
+  write(variable, record.row, value);
+}
+
+void Table::write(DataVariable& variable, u64 row, Variant const& value) noexcept {
+  auto& cell = variable.values[row];
+  if (cell.isIdentical(value)) return;
+  store_.touched.noteWrite(variable, row, cell);
   cell = value;
 }
 
@@ -221,9 +231,9 @@ void Table::activate(u64 record, bool active) {
 }
 
 void Table::setStatus(DataRecord const& record, Variant const& status) {
-  auto& cell = store_.statusVariable->values[record.row];
-  sink_.take(StatusChange{*store_.statusVariable, record, cell, status});
-  cell = status;
+  auto& variable = *store_.statusVariable;
+  sink_.take(StatusChange{variable, record, variable.values[record.row], status});
+  write(variable, record.row, status);
 }
 
 }  // namespace casebook

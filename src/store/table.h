@@ -81,6 +81,7 @@ class Table {
   void setStatus(DataRecord const& record, Variant const& status);
 
  private:
+  void write(DataVariable& variable, u64 row, Variant const& value) noexcept;
   void takeStatusType(DataVariable& variable, VariableType type);
   void ensureCaseStatus();
   [[nodiscard]] Variant nextCaseId() const;
