@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <ranges>
 #include <string_view>
 #include <utility>
 
@@ -12,6 +13,8 @@ namespace casebook {
 namespace {
 
 using expression::TargetedExpression;
+
+constexpr auto noChanges = ~u64{0};  // the plan is to be looked at again
 
 bool isCalculated(DataVariable const& variable) noexcept { return variable.type == VariableType::Calculated; }
 
@@ -48,27 +51,41 @@ bool Calculation::Source::matches(DataVariable const& now) const noexcept {
 
 void Calculation::updateCalculatedValues() {
   if (!isCurrent()) renew();
-  if (plan_) evaluate();
-  calculatedAt_ = store_.touched.now();
+  if (plan_ && plan_->evaluated && listTouchedRows()) evaluateRows();
+  else if (plan_) evaluateAll();
+  remember();
 }
 
 void Calculation::calculateWhatCompiles() {
   auto compiled = compile(store_.variables);
   plan_.reset();
   adopt(std::move(compiled.equations));
-  if (plan_) evaluate();
+  if (plan_) evaluateAll();
   if (!compiled.failed.empty()) plan_.reset();
+  remember();
+  if (!compiled.failed.empty()) changesSeen_ = noChanges;
+}
+
+void Calculation::remember() noexcept {
   calculatedAt_ = store_.touched.now();
+  rowsSeen_ = table_.rowCount();
+  changesSeen_ = variableChanges_.count();
 }
 
 // No plan is that of a table without calculated variables.
-bool Calculation::isCurrent() const noexcept {
+bool Calculation::isCurrent() {
+  bool const sameTable = store_.touched.movedAt() <= calculatedAt_;
+  if (sameTable && changesSeen_ == variableChanges_.count()) return true;
   if (!plan_) return std::ranges::none_of(store_.variables.all(), isCalculated);
-  return std::ranges::equal(plan_->sources, store_.variables.all(), &Source::matches);
+  if (!std::ranges::equal(plan_->sources, store_.variables.all(), &Source::matches)) return false;
+  for (auto& column : plan_->columns)
+    column.variable = &store_.variables.at(plan_->sources[column.position].variable);  // one that was put back
+  return true;
 }
 
 void Calculation::renew() {
   plan_.reset();
+  changesSeen_ = noChanges;
   auto compiled = compile(store_.variables);
   if (!compiled.failed.empty()) {
     makeVariableStatic(compiled.failed);
@@ -80,13 +97,23 @@ void Calculation::renew() {
 void Calculation::adopt(std::vector<TargetedExpression> equations) {
   if (equations.empty()) return;
   std::vector<Source> sources;
-  for (auto const& variable : store_.variables.all())
+  std::vector<Column> columns;
+  for (auto& variable : store_.variables.all()) {
+    columns.push_back({sources.size(), &variable, false});
     sources.push_back(
         {variable.id, variable.name, isCalculated(variable) ? std::optional{variable.expression} : std::nullopt});
+  }
+  std::vector<bool> counts(sources.size());
+  for (auto const& [expression, target] : equations) {
+    columns[target].isTarget = counts[target] = true;
+    for (auto const column : expression.columns()) counts[column] = true;
+  }
+  std::erase_if(columns, [&](Column const& column) { return !counts[column.position]; });
+  std::vector<Variant*> cells(sources.size());
   expression::EquationPlan plan{std::move(equations)};
   expression::EquationPlan::Scratch scratch{plan};
-  std::vector<Variant*> columns(sources.size());
-  plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns), std::vector<Variant>{});
+  plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns), std::move(cells),
+                std::vector<Variant>{}, std::vector<std::size_t>{}, false);
 }
 
 // Name by name, which is the order that the journal tells; the second time a name comes its variables are static.
@@ -100,27 +127,60 @@ void Calculation::makeVariableStatic(std::vector<std::string> const& names) {
   }
 }
 
-void Calculation::evaluate() {
-  std::ranges::transform(store_.variables.all(), plan_->columns.begin(),
-                         [](DataVariable& variable) { return variable.values.data(); });
-  for (std::size_t first = 0; first < table_.rowCount(); first += expression::blockRows)
-    evaluateBlock(first, std::min<std::size_t>(expression::blockRows, table_.rowCount() - first));
+/// Lists the rows to work out; false when they are so many, or so little is known of them, that it is all.
+bool Calculation::listTouchedRows() {
+  auto& rows = plan_->rows;
+  rows.clear();
+  if (store_.touched.movedAt() > calculatedAt_) return false;
+  for (auto const& column : plan_->columns) {
+    auto const cells = column.variable->touched.since(calculatedAt_);
+    if (!cells) return false;
+    for (auto const& cell : *cells) rows.push_back(cell.row);
+  }
+  std::size_t const rowCount = table_.rowCount();
+  for (std::size_t row = rowsSeen_; row < rowCount; ++row) rows.push_back(row);
+  std::ranges::sort(rows);
+  rows.erase(std::ranges::unique(rows).begin(), rows.end());
+  return rows.size() < rowCount / 4 + expression::blockRows;
 }
 
-void Calculation::evaluateBlock(std::size_t first, std::size_t count) {
-  auto& [sources, equations, scratch, columns, before] = *plan_;
+void Calculation::evaluateAll() {
+  std::size_t const rowCount = table_.rowCount();
+  for (std::size_t first = 0; first < rowCount; first += expression::blockRows) {
+    std::size_t const last = std::min(first + expression::blockRows, rowCount);
+    evaluateBlock(std::views::iota(first, last),
+                  [&](Plan& plan) { plan.equations.evaluate(plan.cells, first, last, plan.scratch); });
+  }
+  plan_->evaluated = true;
+}
+
+void Calculation::evaluateRows() {
+  std::span<std::size_t const> rest{plan_->rows};
+  while (!rest.empty()) {
+    auto const rows = rest.first(std::min(expression::blockRows, rest.size()));
+    evaluateBlock(rows, [&](Plan& plan) { plan.equations.evaluate(plan.cells, rows, plan.scratch); });
+    rest = rest.subspan(rows.size());
+  }
+}
+
+template <class Rows, class Evaluate>
+void Calculation::evaluateBlock(Rows const& rows, Evaluate const& evaluate) {
+  auto& before = plan_->before;
   before.clear();
-  auto const forTargets = [&](auto const& visit) {
-    for (auto& variable : store_.variables.all())
-      if (isCalculated(variable)) visit(variable, std::span{variable.values}.subspan(first, count));
-  };
-  forTargets([&](auto&, std::span<Variant const> cells) { before.insert(before.end(), cells.begin(), cells.end()); });
-  equations.evaluate(columns, first, first + count, scratch);
+  for (auto const& [position, variable, isTarget] : plan_->columns) {
+    plan_->cells[position] = variable->values.data();
+    if (!isTarget) continue;
+    for (auto const row : rows) before.push_back(variable->values[row]);
+  }
+  evaluate(*plan_);
   auto held = before.begin();
-  forTargets([&](DataVariable& variable, std::span<Variant const> cells) {
-    for (std::size_t i = 0; i < count; ++i, ++held)
-      if (!cells[i].isIdentical(*held)) store_.touched.noteWrite(variable, first + i, *held);
-  });
+  for (auto const& [position, variable, isTarget] : plan_->columns) {
+    if (!isTarget) continue;
+    for (auto const row : rows) {
+      if (!variable->values[row].isIdentical(*held)) store_.touched.noteWrite(*variable, row, *held);
+      ++held;
+    }
+  }
 }
 
 }  // namespace casebook

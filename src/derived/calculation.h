@@ -2,6 +2,7 @@
 
 #include "platform/expression/equation_plan.h"
 #include "store/table.h"
+#include "transactions/variable_changes.h"
 
 #include <optional>
 #include <string>
@@ -12,14 +13,16 @@ namespace casebook {
 /// Keeps the columns of the calculated variables at what their expressions give.
 class Calculation {
  public:
-  /// Both are borrowed.
-  Calculation(Store& store, Table& table) : store_{store}, table_{table} {}
+  /// All are borrowed.
+  Calculation(Store& store, Table& table, VariableChanges const& variableChanges)
+      : store_{store}, table_{table}, variableChanges_{variableChanges} {}
 
-  /// Works out every calculated variable. One whose expression is none is made static first, and with it every
-  /// calculated variable of its name; its column stays as it is. Of the results nobody is told.
+  /// Works out every calculated variable, in the rows of which a cell was touched since that counts. One whose
+  /// expression is none is made static first, and with it every calculated variable of its name; its column stays as
+  /// it is. The results are touched cells; otherwise nobody is told of them.
   void updateCalculatedValues();
 
-  /// Works out those whose expressions are expressions, and leaves the others as they are.
+  /// Works out those whose expressions are expressions, in all rows, and leaves the others as they are.
   void calculateWhatCompiles();
 
   /// When the columns were last worked out; what was touched later has yet to be seen.
@@ -35,26 +38,44 @@ class Calculation {
     [[nodiscard]] bool matches(DataVariable const& now) const noexcept;
   };
 
+  /// A column that the equations read or write, by its position among all.
+  struct Column {
+    std::size_t position;
+    DataVariable* variable;
+    bool isTarget;
+  };
+
   /// The equations of the variables as they are in `sources`, which are all.
   struct Plan {
     std::vector<Source> sources;
     expression::EquationPlan equations;
     expression::EquationPlan::Scratch scratch;
-    std::vector<Variant*> columns;
-    std::vector<Variant> before;  ///< what the targets held in a block
+    std::vector<Column> columns;
+    std::vector<Variant*> cells;    ///< the first cell of each of these, by position
+    std::vector<Variant> before;    ///< what the targets held in a block
+    std::vector<std::size_t> rows;  ///< to work out
+    bool evaluated;                 ///< in all rows, once
   };
 
-  [[nodiscard]] bool isCurrent() const noexcept;
+  [[nodiscard]] bool isCurrent();
   void renew();
   void adopt(std::vector<expression::TargetedExpression> equations);
   void makeVariableStatic(std::vector<std::string> const& names);
-  void evaluate();
-  void evaluateBlock(std::size_t first, std::size_t count);
+  void remember() noexcept;
+
+  [[nodiscard]] bool listTouchedRows();
+  void evaluateAll();
+  void evaluateRows();
+  template <class Rows, class Evaluate>
+  void evaluateBlock(Rows const& rows, Evaluate const& evaluate);
 
   Store& store_;
   Table& table_;
+  VariableChanges const& variableChanges_;
   std::optional<Plan> plan_;  // kept while the names, the expressions and the set of variables stay
   u64 calculatedAt_ = 0;
+  u64 rowsSeen_ = 0;
+  u64 changesSeen_ = 0;
 };
 
 }  // namespace casebook

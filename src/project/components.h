@@ -22,14 +22,15 @@ struct Components {
   ChangeLog log;
   Signals signals;
   StaleTags staleTags;
-  Recorder recorder{log, signals, staleTags};
+  VariableChanges variableChanges;
+  Recorder recorder{log, signals, staleTags, variableChanges};
   Table table{store, recorder};
   CaseIndex caseIndex{store};
   AuxFiles auxFiles{store, recorder};
   TagGroups tagGroups{store, recorder};
   VariableRules variableRules{store, recorder};
   PathRules pathRules{store, recorder};
-  Calculation calculation{store, table};
+  Calculation calculation{store, table, variableChanges};
   VariableStatistics statistics{store};
   FileTags fileTags{store, staleTags};
   Deletion deletion{store, recorder, log, table};

@@ -9,6 +9,7 @@ namespace casebook {
 void Recorder::take(Change const& change) {
   auto const hear = [this](auto const& which) {
     staleTags_.note(which);
+    variableChanges_.note(which);
     if (!muted_) record(which);
   };
   std::visit(hear, change);

@@ -5,16 +5,17 @@
 #include "transactions/payload.h"
 #include "transactions/signals.h"
 #include "transactions/stale_tags.h"
+#include "transactions/variable_changes.h"
 
 namespace casebook {
 
 /// Hears of every change: keeps it in the log and, while the journal signal has a slot, as a command in the open
-/// block; notes which answers about tags it makes stale.
+/// block; notes what it makes stale.
 class Recorder : public ChangeSink {
  public:
   /// All are borrowed.
-  Recorder(ChangeLog& log, Signals const& signals, StaleTags& staleTags)
-      : log_{log}, signals_{signals}, staleTags_{staleTags} {}
+  Recorder(ChangeLog& log, Signals const& signals, StaleTags& staleTags, VariableChanges& variableChanges)
+      : log_{log}, signals_{signals}, staleTags_{staleTags}, variableChanges_{variableChanges} {}
 
   void take(Change const& change) override;
 
@@ -52,6 +53,7 @@ class Recorder : public ChangeSink {
   ChangeLog& log_;
   Signals const& signals_;
   StaleTags& staleTags_;
+  VariableChanges& variableChanges_;
   OpenBlock block_;
   bool muted_ = false;
 };
