@@ -23,7 +23,7 @@ configure_package_config_file(cmake/casebookConfig.cmake.in casebookConfig.cmake
                               INSTALL_DESTINATION "${CASEBOOK_INSTALL_CMAKEDIR}")
 write_basic_package_version_file(casebookConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/casebookConfig.cmake"
-              "${CMAKE_CURRENT_BINARY_DIR}/casebookConfigVersion.cmake"
+              "${CMAKE_CURRENT_BINARY_DIR}/casebookConfigVersion.cmake" cmake/Findlibdeflate.cmake
         DESTINATION "${CASEBOOK_INSTALL_CMAKEDIR}")
 
 if(TARGET casebook_cli)

@@ -1,6 +1,6 @@
 #include "frame_format.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <algorithm>
 #include <concepts>
@@ -45,7 +45,7 @@ class Reader {
 }  // namespace
 
 std::uint32_t check(Bytes bytes, std::uint32_t before) noexcept {
-  return bytes.empty() ? before : static_cast<std::uint32_t>(crc32_z(before, bytes.data(), bytes.size()));
+  return bytes.empty() ? before : libdeflate_crc32(before, bytes.data(), bytes.size());
 }
 
 FileHeader::Encoded FileHeader::encode() const noexcept {

@@ -3,7 +3,7 @@
 
 #include "transactions/block_format.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -34,7 +34,7 @@ void writeHead(unsigned char* out, Head head) noexcept {
 }
 
 std::uint32_t crcOf(Journal::Bytes bytes) noexcept {
-  return static_cast<std::uint32_t>(crc32_z(0, bytes.data(), bytes.size()));
+  return libdeflate_crc32(0, bytes.data(), bytes.size());
 }
 
 /// What begins at `offset`, empty when it lies outside.
