@@ -82,10 +82,12 @@ class CASEBOOK_EXPORT Variant {
 
   /// Whether the values cannot be told apart: unlike with ==, -0.0 is not 0.0, and a NaN is itself alone.
   [[nodiscard]] bool isIdentical(Variant const& other) const noexcept {
-    return type_ == other.type_ && (word_ == other.word_ || (type_ == String && *this == other));
+    return type_ == other.type_ && (word_ == other.word_ || (type_ == String && hasSameText(other)));
   }
 
-  [[nodiscard]] friend bool operator==(Variant const& a, Variant const& b) noexcept { return (a <=> b) == 0; }
+  [[nodiscard]] friend bool operator==(Variant const& a, Variant const& b) noexcept {
+    return a.type_ == b.type_ && (a.word_ == b.word_ || a.equalsSameType(b));
+  }
   [[nodiscard]] friend std::weak_ordering operator<=>(Variant const& a, Variant const& b) noexcept {
     return a.type_ != b.type_ ? std::weak_ordering{a.type_ <=> b.type_} : a.compareSameType(b);
   }
@@ -97,6 +99,15 @@ class CASEBOOK_EXPORT Variant {
 
   [[nodiscard]] Text* text() const noexcept;
   [[nodiscard]] std::weak_ordering compareSameType(Variant const& other) const noexcept;
+
+  // Of values whose words differ.
+  [[nodiscard]] bool equalsSameType(Variant const& other) const noexcept {
+    if (type_ == String) return hasSameText(other);
+    auto const a = std::bit_cast<double>(word_);
+    auto const b = std::bit_cast<double>(other.word_);
+    return type_ == FloatingPoint && (a == b || (a != a && b != b));
+  }
+  [[nodiscard]] bool hasSameText(Variant const& other) const noexcept;
 
   // The empty text needs no storage: its word is 0.
   [[nodiscard]] bool ownsText() const noexcept { return type_ == String && word_ != 0; }

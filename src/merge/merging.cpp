@@ -59,16 +59,13 @@ void Merging::match(std::vector<std::size_t> const& selections, Unmatched unmatc
     for (u64 row = 0; row < claims.size(); ++row) claims[row] = index.claim(row);
   }
   auto const records = recordsByRow(store_);
+  std::vector<Match> matches;
   Rows rest;
   for (u64 row = 0; row < claims.size(); ++row) {
-    if (claims[row] == MatchIndex::none) {
-      rest.push_back(row);
-      continue;
-    }
-    auto const& record = *records[claims[row]];
-    addAuxFilesOfRow(record, *auxFiles, row);
-    overwriteRow(record, row);
+    if (claims[row] == MatchIndex::none) rest.push_back(row);
+    else matches.push_back({row, records[claims[row]]});
   }
+  overwrite(matches, *auxFiles);
   if (unmatched == Unmatched::Dropped || rest.empty()) return;
   if (!auxFiles->empty()) auxFiles = boost::make_shared<FilteredAuxFileCollection>(auxFiles, rest);
   appendRows(rest, *auxFiles);
@@ -82,18 +79,45 @@ void Merging::appendRows(Rows const& rows, AuxFileCollectionInterface const& aux
 }
 
 std::vector<DataRecord const*> Merging::addRecords(u64 count) {
-  table_.reserveRows(count);
+  Table::RowsAhead const ahead{table_, count};
   std::vector<DataRecord const*> records;
   records.reserve(count);
   while (records.size() < count) records.push_back(&store_.records.at(addRecord_()));
   return records;
 }
 
-void Merging::overwriteRow(DataRecord const& record, u64 inputRow) {
-  for (auto const& [variable, values] : columns_) {
-    auto const& value = (*values)[inputRow];
-    if (table_.cell(*variable, record) != value) table_.setCell(*variable, record, value);
+// Cells lie together by column, but are to be written by row: which of them differ is found for some rows at a time,
+// whose cells stay in the cache until they are written.
+void Merging::overwrite(std::span<Match const> matches, AuxFileCollectionInterface const& auxFiles) {
+  std::vector<std::vector<std::size_t>> differing(rowsAtATime);
+  while (!matches.empty()) {
+    auto const block = matches.first(std::min(rowsAtATime, matches.size()));
+    findDifferences(block, differing);
+    u64 const found = store_.touched.now();
+    u64 written = 0;
+    for (std::size_t k = 0; k < block.size(); ++k) {
+      auto const& [inputRow, record] = block[k];
+      addAuxFilesOfRow(*record, auxFiles, inputRow);
+      // A collection that edits the table while it is asked makes what was found worth nothing.
+      if (store_.touched.now() != found + written) findDifferences(block.subspan(k), std::span{differing}.subspan(k));
+      for (auto const column : differing[k]) overwriteCell(columns_[column], block[k]);
+      written = store_.touched.now() - found;
+    }
+    matches = matches.subspan(block.size());
   }
+}
+
+void Merging::findDifferences(std::span<Match const> matches, std::span<std::vector<std::size_t>> differing) const {
+  for (auto& columns : differing.first(matches.size())) columns.clear();
+  for (std::size_t column = 0; column < columns_.size(); ++column) {
+    auto const& [variable, values] = columns_[column];
+    for (std::size_t k = 0; k < matches.size(); ++k)
+      if (variable->values[matches[k].record->row] != (*values)[matches[k].inputRow]) differing[k].push_back(column);
+  }
+}
+
+void Merging::overwriteCell(Column const& column, Match const& match) {
+  table_.setCell(*column.variable, *match.record, (*column.values)[match.inputRow]);
 }
 
 void Merging::addAuxFiles(std::span<DataRecord const* const> records, AuxFileCollectionInterface const& auxFiles) {

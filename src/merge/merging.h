@@ -33,12 +33,21 @@ class Merging {
     DataVariable* variable;
     std::vector<Variant> const* values;
   };
+  struct Match {
+    u64 inputRow;
+    DataRecord const* record;
+  };
   using Rows = std::vector<u64>;
+
+  static constexpr std::size_t rowsAtATime = 128;
 
   [[nodiscard]] u64 rowCount() const noexcept { return columns_.front().values->size(); }
   void appendRows(Rows const& rows, AuxFileCollectionInterface const& auxFiles);
   [[nodiscard]] std::vector<DataRecord const*> addRecords(u64 count);
-  void overwriteRow(DataRecord const& record, u64 inputRow);
+  void overwrite(std::span<Match const> matches, AuxFileCollectionInterface const& auxFiles);
+  /// By match, the numbers of the columns whose cells differ, ascending.
+  void findDifferences(std::span<Match const> matches, std::span<std::vector<std::size_t>> differing) const;
+  void overwriteCell(Column const& column, Match const& match);
   void addAuxFiles(std::span<DataRecord const* const> records, AuxFileCollectionInterface const& auxFiles);
   void addAuxFilesOfRow(DataRecord const& record, AuxFileCollectionInterface const& auxFiles, u64 row);
 

@@ -81,6 +81,10 @@ std::string Variant::toString() const {
   return {};
 }
 
+bool Variant::hasSameText(Variant const& other) const noexcept {
+  return ownsText() && other.ownsText() && text()->content == other.text()->content;
+}
+
 std::weak_ordering Variant::compareSameType(Variant const& other) const noexcept {
   if (type_ == FloatingPoint) return compareNumbers(asDouble(word_), asDouble(other.word_));
   if (type_ == String && word_ != other.word_) return stringValue() <=> other.stringValue();

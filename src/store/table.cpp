@@ -46,8 +46,9 @@ void Table::restart() {
 }
 
 DataVariable& Table::addVariable(DataVariable description) {
-  description.values.reserve(std::max(reservedRows, rowCount()));
-  description.values.assign(rowCount(), description.defaultValue);
+  u64 const rows = store_.caseId->values.size();
+  description.values.reserve(std::max(reservedRows, rows));
+  description.values.assign(rows, description.defaultValue);
   description.id = store_.assignUid();
   return insertVariable(std::move(description));
 }
@@ -117,11 +118,27 @@ Variant Table::nextCaseId() const {
 
 // Afterwards a cell fits into every column without anything that can throw.
 void Table::reserveRow() {
+  if (store_.caseId->values.size() > rowCount()) return;  // the row is there ahead of its record
   for (auto& variable : store_.variables.all()) reserveOneMore(variable.values);
 }
 
-void Table::reserveRows(u64 count) {
-  for (auto& variable : store_.variables.all()) reserveFor(variable.values, variable.values.size() + count);
+Table::RowsAhead::RowsAhead(Table& table, u64 count) : table_{table} {
+  try {
+    for (auto& variable : table.store_.variables.all()) {
+      reserveFor(variable.values, table.rowCount() + count);
+      variable.values.resize(table.rowCount() + count, variable.defaultValue);
+    }
+  } catch (...) {
+    table.fitColumns();
+    throw;
+  }
+}
+
+Table::RowsAhead::~RowsAhead() { table_.fitColumns(); }
+
+void Table::fitColumns() noexcept {
+  for (auto& variable : store_.variables.all())
+    variable.values.erase(variable.values.begin() + static_cast<std::ptrdiff_t>(rowCount()), variable.values.end());
 }
 
 DataRecord& Table::addRecord() {
@@ -130,8 +147,9 @@ DataRecord& Table::addRecord() {
   DataRecord description{store_.assignUid()};
   description.row = rowCount();
   auto& record = create(store_, sink_, std::move(description));
-  for (auto& variable : store_.variables.all()) variable.values.push_back(variable.defaultValue);
-  store_.caseId->values.back() = caseId;
+  if (store_.caseId->values.size() < rowCount())
+    for (auto& variable : store_.variables.all()) variable.values.push_back(variable.defaultValue);
+  store_.caseId->values[record.row] = caseId;
   store_.touched.noteAppended();
   return record;
 }

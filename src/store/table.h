@@ -51,8 +51,19 @@ class Table {
   void makeCalculated(DataVariable& variable);
 
   DataRecord& addRecord();
-  /// Takes the memory that so many more records need in the columns.
-  void reserveRows(u64 count);
+
+  /// Gives the columns the cells of so many records ahead of them. The records are to come by `addRecord` while the
+  /// object lives, and nothing else; when it goes, cells without a record go with it.
+  class RowsAhead {
+   public:
+    RowsAhead(Table& table, u64 count);
+    RowsAhead(RowsAhead const&) = delete;
+    RowsAhead& operator=(RowsAhead const&) = delete;
+    ~RowsAhead();
+
+   private:
+    Table& table_;
+  };
 
   /// Puts a record under its UID, with a cell for each variable. Until `settleRows` its row is loose.
   DataRecord& insertRecord(u64 uid, std::vector<Variant> row);
@@ -86,6 +97,7 @@ class Table {
   void ensureCaseStatus();
   [[nodiscard]] Variant nextCaseId() const;
   void reserveRow();
+  void fitColumns() noexcept;
   void removeFiles(std::vector<u64> const& auxFiles);
 
   Store& store_;
