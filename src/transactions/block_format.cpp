@@ -59,7 +59,7 @@ void OpenBlock::writeCommandHead(u64 place, std::uint32_t code) noexcept {
 
 void OpenBlock::restart() noexcept {
   constexpr u64 smallRoom = 65536;
-  constexpr u64 mostRoom = u64{1} << 27;
+  constexpr u64 mostRoom = u64{1} << 29;
   recentSize_ = std::max(size(), recentSize_ - recentSize_ / 8);
   bytes_.truncate(std::min<u64>(headerSize, size()));
   if (bytes_.capacity() > mostRoom || bytes_.capacity() > std::max(smallRoom, 4 * recentSize_)) bytes_.release();
