@@ -33,9 +33,7 @@ void writeHead(unsigned char* out, Head head) noexcept {
   std::memcpy(out + sizeof head.length, &head.number, sizeof head.number);
 }
 
-std::uint32_t crcOf(Journal::Bytes bytes) noexcept {
-  return libdeflate_crc32(0, bytes.data(), bytes.size());
-}
+std::uint32_t crcOf(Journal::Bytes bytes) noexcept { return libdeflate_crc32(0, bytes.data(), bytes.size()); }
 
 /// What begins at `offset`, empty when it lies outside.
 Journal::Bytes from(Journal::Bytes bytes, u64 offset) noexcept {
