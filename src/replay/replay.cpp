@@ -4,7 +4,8 @@
 #include "store/property.h"
 #include "transactions/payload.h"
 
-#include <ranges>
+#include <cstring>
+#include <optional>
 
 namespace casebook {
 
@@ -35,6 +36,19 @@ CellStep readCellStep(SimpleDeserializer& in, bool backwards) {
   step.record = readNumber<u64>(in);
   step.variable = readNumber<u64>(in);
   return step;
+}
+
+/// What a CellSet names, whatever its values are: the last two numbers of its payload.
+struct CellName {
+  u64 record;
+  u64 variable;
+};
+
+std::optional<CellName> cellOf(Journal::Command const& command) noexcept {
+  CellName cell{};
+  if (command.code != Journal::CellSet || command.payload.size() < sizeof cell) return std::nullopt;
+  std::memcpy(&cell, command.payload.last(sizeof cell).data(), sizeof cell);
+  return cell;
 }
 
 /// Commands that leave every column as it is, while rows of records are loose.
@@ -80,15 +94,30 @@ void Replay::run(Journal::Transaction const& block, Journal::Direction direction
   deletion_.performDelayedErasures();
 }
 
+// Cells are written all over the table: what a command will need is asked of the memory some commands ahead.
 void Replay::walk(Journal::Bytes block, bool backwards) {
-  CommandReader reader{block};
-  if (!backwards) {
-    while (reader.next()) process(reader.command(), false);
-    return;
+  constexpr std::size_t aheadOfRecord = 16;
+  constexpr std::size_t aheadOfCell = 8;
+  CommandList const commands{block};
+  auto const count = commands.size();
+  auto const at = [&](std::size_t k) { return commands[backwards ? count - 1 - k : k]; };
+  for (std::size_t k = 0; k < count; ++k) {
+    if (k + aheadOfRecord < count) fetchRecord(at(k + aheadOfRecord));
+    if (k + aheadOfCell < count) fetchCell(at(k + aheadOfCell));
+    process(at(k), backwards);
   }
-  std::vector<u64> lengths;
-  while (reader.next()) lengths.push_back(reader.length());
-  for (u64 const length : std::views::reverse(lengths)) process(reader.stepBack(length), true);
+}
+
+void Replay::fetchRecord(Journal::Command const& command) const noexcept {
+  if (auto const cell = cellOf(command)) __builtin_prefetch(store_.records.find(cell->record));
+}
+
+void Replay::fetchCell(Journal::Command const& command) const noexcept {
+  auto const cell = cellOf(command);
+  if (!cell) return;
+  auto const* const record = store_.records.find(cell->record);
+  auto const* const variable = store_.variables.find(cell->variable);
+  if (record && variable && record->row < variable->values.size()) __builtin_prefetch(&variable->values[record->row]);
 }
 
 void Replay::process(Journal::Command const& command, bool backwards) {

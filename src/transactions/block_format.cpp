@@ -64,20 +64,15 @@ void OpenBlock::restart() noexcept {
   else if (bytes_.size() != 0) std::memset(bytes_.data(), 0, headerSize);
 }
 
-CommandReader::CommandReader(Journal::Bytes block) noexcept
-    : rest_{block.size() < Head::size ? Journal::Bytes{} : block.subspan(Head::size)} {}
-
-bool CommandReader::next() noexcept {
-  if (!holdsWhole(rest_)) return false;
-  auto const [length, code] = readHead(rest_);
-  command_ = {code, rest_.subspan(Head::size, length - Head::size)};
-  rest_ = rest_.subspan(length);
-  return true;
+CommandList::CommandList(Journal::Bytes block) : block_{block} {
+  for (u64 place = Head::size; holdsWhole(from(block, place)); place += readHead(from(block, place)).length)
+    places_.push_back(place);
 }
 
-Journal::Command CommandReader::stepBack(u64 length) noexcept {
-  rest_ = {rest_.data() - length, rest_.size() + length};
-  return {readHead(rest_).number, rest_.subspan(Head::size, length - Head::size)};
+Journal::Command CommandList::operator[](std::size_t number) const noexcept {
+  Journal::Bytes const rest = block_.subspan(places_[number]);
+  auto const [length, code] = readHead(rest);
+  return {code, rest.subspan(Head::size, length - Head::size)};
 }
 
 namespace Journal {
@@ -160,9 +155,10 @@ Bytes Transaction::bytes() const noexcept {
 }
 
 std::vector<Command> Transaction::commands() const {
+  CommandList const list{bytes()};
   std::vector<Command> commands;
-  CommandReader reader{bytes()};
-  while (reader.next()) commands.push_back(reader.command());
+  commands.reserve(list.size());
+  for (std::size_t k = 0; k < list.size(); ++k) commands.push_back(list[k]);
   return commands;
 }
 

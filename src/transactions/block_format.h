@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <utility>
+#include <vector>
 
 namespace casebook {
 
@@ -40,25 +41,17 @@ class OpenBlock : public Journal::TransactionWriter {
   u64 recentSize_ = 0;  // of the largest block of late, fading
 };
 
-/// Goes through the complete commands of a block, of which it is given what Transaction::bytes gives.
-class CommandReader {
+/// The complete commands of a block, of which it is given what Transaction::bytes gives, by their numbers.
+class CommandList {
  public:
-  explicit CommandReader(Journal::Bytes block) noexcept;
+  explicit CommandList(Journal::Bytes block);
 
-  /// Whether there was one more command, which is then the current one.
-  [[nodiscard]] bool next() noexcept;
-  [[nodiscard]] Journal::Command const& command() const noexcept { return command_; }
-  /// The bytes that it takes.
-  [[nodiscard]] u64 length() const noexcept { return commandHeadSize + command_.payload.size(); }
-  /// Makes the command that ends where the reader stands, of which `next` said how many bytes it takes, the next one
-  /// again, and gives it.
-  [[nodiscard]] Journal::Command stepBack(u64 length) noexcept;
+  [[nodiscard]] std::size_t size() const noexcept { return places_.size(); }
+  [[nodiscard]] Journal::Command operator[](std::size_t number) const noexcept;
 
  private:
-  static constexpr u64 commandHeadSize = 12;
-
-  Journal::Bytes rest_;
-  Journal::Command command_;
+  Journal::Bytes block_;
+  std::vector<u64> places_;  // where the commands begin
 };
 
 template <class Write>
