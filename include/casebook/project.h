@@ -51,9 +51,6 @@ enum class MergeMethod : std::uint32_t;
 /// values and emits the signals. Everything happens on the host's thread; nothing is synchronised. Threads that help to
 /// rebuild statistics end before the call returns.
 ///
-/// What is not built yet, merging, refuses with varnel::ExceptionBase("<operation> is not available in this version.",
-/// true).
-///
 /// One project is current at a time: `project()` answers it, and every handle counts its locks there. A host that
 /// wants its own instance (of this class, by `createProject`, or of one derived from it) sets `projectPtr` before it
 /// uses anything else.
@@ -193,7 +190,8 @@ class CASEBOOK_EXPORT Project {
   virtual void merge(MergeInfo info, boost::shared_ptr<AuxFileCollectionInterface const> const& auxFiles);
   /// Checks and merges a table; one without columns does nothing. Rows are taken in their order. A row overwrites the
   /// first record that equals it, by ==, in the columns that decide, and that no earlier row has claimed; a null of the
-  /// table overwrites a value. Records that come of the table are not matched by its later rows.
+  /// table overwrites a value. Records that come of the table are not matched by its later rows. Which rows match is
+  /// settled before the collection of files is asked.
   ///
   /// Throws what `merge_prep` does. Then, before anything changes, for MergeMethod::ByCaseId
   /// ("Attempt to merge by Case ID; input lacks 'Case ID' column.", false) or

@@ -68,9 +68,15 @@ ImportedColumns matchColumns(Store const& store, ImportedTable const& table,
 }
 
 ImportedColumns matchColumnsAgain(Store const& store, ImportedColumns columns) {
+  std::set<u64> paired;
+  for (auto const& column : columns)
+    if (!column.isNew()) paired.insert(store.variables.at(column.variable).id);
   VariableNames const variables{store};
-  for (auto& column : columns)
-    column.variable = column.isNew() ? variables.match(*column.info) : store.variables.at(column.variable).id;
+  for (auto& column : columns) {
+    if (!column.isNew()) continue;
+    u64 const variable = variables.match(*column.info);
+    column.variable = paired.contains(variable) ? 0 : variable;
+  }
   return columns;
 }
 

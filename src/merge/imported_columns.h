@@ -28,8 +28,8 @@ using ImportedColumns = std::vector<ImportedColumn>;
                                            std::vector<ColumnInfo> const& descriptions);
 
 /// Columns that were paired earlier, as the variables are now: one that was paired must still have its variable, else
-/// throws ("Attempted to look up unknown data entity", true); one that was new may have found its own since, which
-/// must agree with it as in matchColumns.
+/// throws ("Attempted to look up unknown data entity", true); one that was new may have found one since that no other
+/// has, which must agree with it as in matchColumns.
 [[nodiscard]] ImportedColumns matchColumnsAgain(Store const& store, ImportedColumns columns);
 
 /// The numbers of the columns of independent variables, ascending.

@@ -39,7 +39,8 @@ MatchIndex::MatchIndex(std::vector<Key> keys)
     : keys_{std::move(keys)}, inputHashes_{hashRows(keys_, [](Key const& key) { return key.input; })} {
   auto const hashes = hashRows(keys_, [](Key const& key) { return key.table; });
   next_.resize(hashes.size());
-  groups_.resize(std::bit_ceil(2 * hashes.size() + 1));
+  groups_.resize(std::bit_ceil(2 * hashes.size() + 2));
+  shift_ = std::countl_zero(groups_.size() - 1);
   for (auto row = static_cast<Row>(hashes.size()); row > 0; --row) insert(row - 1, hashes[row - 1]);
 }
 
@@ -52,7 +53,7 @@ void MatchIndex::insert(Row row, u64 hash) noexcept {
 
 auto MatchIndex::groupOf(u64 hash) noexcept -> Group& {
   std::size_t const mask = groups_.size() - 1;
-  std::size_t place = hash & mask;
+  std::size_t place = hash >> shift_;
   while (groups_[place].used && groups_[place].hash != hash) place = (place + 1) & mask;
   return groups_[place];
 }

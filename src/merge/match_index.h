@@ -43,7 +43,8 @@ class MatchIndex {
   std::vector<Key> keys_;
   std::vector<u64> inputHashes_;
   std::vector<Row> next_;      // of the same group
-  std::vector<Group> groups_;  // a power of two, at most half of them used
+  std::vector<Group> groups_;  // a power of two from 2 on, at most half of them used
+  int shift_;                  // what of a hash is no place in them
 };
 
 }  // namespace casebook

@@ -16,6 +16,7 @@ namespace {
 
 /// What a prepared merge needs to be carried out.
 struct MergeStateI : MergeState {
+  std::weak_ptr<void const> life;  ///< of the store that the UIDs below are of
   ImportedTable table;
   std::vector<ColumnInfo> descriptions;
   ImportedColumns columns;              ///< they point into these two
@@ -29,6 +30,7 @@ MergeInfo::MergeInfo() : state{boost::make_shared<MergeStateI>()} {}
 MergeInfo Merge::prepare(ImportedTable const& table, std::vector<ColumnInfo> const& descriptions) const {
   MergeInfo info;
   auto& state = static_cast<MergeStateI&>(*info.state);
+  state.life = store_.life;
   state.table = table;
   state.descriptions = descriptions;
   state.columns = matchColumns(store_, state.table, state.descriptions);
@@ -39,8 +41,10 @@ MergeInfo Merge::prepare(ImportedTable const& table, std::vector<ColumnInfo> con
 
 void Merge::merge(MergeInfo const& info, AuxFileCollection const& auxFiles) {
   auto const* const state = dynamic_cast<MergeStateI const*>(info.state.get());
-  if (state && !state->columns.empty())
-    mergeColumns(matchColumnsAgain(store_, state->columns), info.method, state->selections, auxFiles);
+  if (!state || state->columns.empty()) return;
+  auto const isPaired = [](ImportedColumn const& column) { return !column.isNew(); };
+  if (state->life.lock() != store_.life && std::ranges::any_of(state->columns, isPaired)) refuseUnknownEntity();
+  mergeColumns(matchColumnsAgain(store_, state->columns), info.method, state->selections, auxFiles);
 }
 
 void Merge::merge(ImportedTable const& table, std::vector<ColumnInfo> const& descriptions, MergeMethod method,
@@ -53,7 +57,7 @@ void Merge::mergeColumns(ImportedColumns columns, MergeMethod method, std::optio
                          AuxFileCollection const& auxFiles) {
   checkCaseIdColumn(columns, method);
   createImportedColumns(columns);
-  Merging merging{store_, table_, auxFiles_, makers_.addRecord, columns};
+  Merging merging{store_, table_, auxFiles_, makers_, columns};
   switch (method) {
     case MergeMethod::Append: return merging.append(auxFiles);
     case MergeMethod::ByCaseId: return merging.match({0}, Merging::Unmatched::Dropped, auxFiles);

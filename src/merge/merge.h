@@ -22,6 +22,7 @@ class Merge {
   struct Makers {
     std::function<u64(ColumnInfo const& info, Variant const& defaultValue)> addVariable;
     std::function<u64()> addRecord;
+    std::function<bool()> areTheTables;  ///< whether nobody has overridden them, so that they do nothing else
   };
 
   /// All are borrowed but the makers.

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <numeric>
+#include <optional>
+#include <utility>
 
 namespace casebook {
 
@@ -19,10 +21,10 @@ MatchIndex matchIndex(Store const& store, ImportedColumns const& columns, std::s
 }
 
 /// The records in the order of their rows, which is that of their UIDs.
-std::vector<DataRecord const*> recordsByRow(Store const& store) {
-  std::vector<DataRecord const*> records;
+std::vector<u64> recordsByRow(Store const& store) {
+  std::vector<u64> records;
   records.reserve(store.records.size());
-  for (auto const& record : store.records.all()) records.push_back(&record);
+  for (auto const& record : store.records.all()) records.push_back(record.id);
   return records;
 }
 
@@ -37,10 +39,15 @@ u64 countMatches(Store const& store, ImportedColumns const& columns, std::span<s
   return matches;
 }
 
-Merging::Merging(Store& store, Table& table, AuxFiles& auxFiles, std::function<u64()> const& addRecord,
+Merging::Merging(Store& store, Table& table, AuxFiles& auxFiles, Merge::Makers const& makers,
                  ImportedColumns const& columns)
-    : store_{store}, table_{table}, auxFiles_{auxFiles}, addRecord_{addRecord}, imported_{columns} {
-  for (auto const& column : columns) columns_.push_back({&store_.variables.at(column.variable), column.values});
+    : store_{store}, table_{table}, auxFiles_{auxFiles}, makers_{makers}, imported_{columns} {
+  lookUpColumns();
+}
+
+void Merging::lookUpColumns() {
+  columns_.clear();
+  for (auto const& column : imported_) columns_.push_back({&store_.variables.at(column.variable), column.values});
 }
 
 void Merging::append(Merge::AuxFileCollection const& auxFiles) {
@@ -72,63 +79,79 @@ void Merging::match(std::vector<std::size_t> const& selections, Unmatched unmatc
 }
 
 void Merging::appendRows(Rows const& rows, AuxFileCollectionInterface const& auxFiles) {
-  auto const records = addRecords(rows.size());
+  auto const uids = addRecords(rows.size());
+  auto const records = lookUp(uids);
+  lookUpColumns();
   for (auto const& [variable, values] : columns_)
     for (std::size_t k = 0; k < rows.size(); ++k) table_.setCell(*variable, *records[k], (*values)[rows[k]]);
-  addAuxFiles(records, auxFiles);
+  addAuxFiles(uids, auxFiles);
 }
 
-std::vector<DataRecord const*> Merging::addRecords(u64 count) {
-  Table::RowsAhead const ahead{table_, count};
-  std::vector<DataRecord const*> records;
+Merging::Rows Merging::addRecords(u64 count) {
+  std::optional<Table::RowsAhead> ahead;
+  if (makers_.areTheTables()) ahead.emplace(table_, count);
+  Rows records;
   records.reserve(count);
-  while (records.size() < count) records.push_back(&store_.records.at(addRecord_()));
+  while (records.size() < count) records.push_back(makers_.addRecord());
   return records;
+}
+
+std::vector<DataRecord const*> Merging::lookUp(Rows const& records) const {
+  std::vector<DataRecord const*> found;
+  found.reserve(records.size());
+  for (u64 const uid : records) found.push_back(&store_.records.at(uid));
+  return found;
 }
 
 // Cells lie together by column, but are to be written by row: which of them differ is found for some rows at a time,
 // whose cells stay in the cache until they are written.
 void Merging::overwrite(std::span<Match const> matches, AuxFileCollectionInterface const& auxFiles) {
-  std::vector<std::vector<std::size_t>> differing(rowsAtATime);
+  std::vector<Difference> differences(rowsAtATime);
   while (!matches.empty()) {
     auto const block = matches.first(std::min(rowsAtATime, matches.size()));
-    findDifferences(block, differing);
-    u64 const found = store_.touched.now();
-    u64 written = 0;
+    findDifferences(block, differences);
+    u64 asFound = store_.touched.now();
     for (std::size_t k = 0; k < block.size(); ++k) {
-      auto const& [inputRow, record] = block[k];
-      addAuxFilesOfRow(*record, auxFiles, inputRow);
-      // A collection that edits the table while it is asked makes what was found worth nothing.
-      if (store_.touched.now() != found + written) findDifferences(block.subspan(k), std::span{differing}.subspan(k));
-      for (auto const column : differing[k]) overwriteCell(columns_[column], block[k]);
-      written = store_.touched.now() - found;
+      u64 const inputRow = block[k].inputRow;
+      addAuxFilesOfRow(block[k].record, auxFiles, inputRow);
+      if (store_.touched.now() != asFound) {  // the collection has edited the table
+        lookUpColumns();
+        findDifferences(block.subspan(k), std::span{differences}.subspan(k));
+      }
+      auto const& [record, columns] = differences[k];
+      for (auto const column : columns)
+        table_.setCell(*columns_[column].variable, *record, (*columns_[column].values)[inputRow]);
+      asFound = store_.touched.now();
     }
     matches = matches.subspan(block.size());
   }
 }
 
-void Merging::findDifferences(std::span<Match const> matches, std::span<std::vector<std::size_t>> differing) const {
-  for (auto& columns : differing.first(matches.size())) columns.clear();
+void Merging::findDifferences(std::span<Match const> matches, std::span<Difference> differences) const {
+  for (std::size_t k = 0; k < matches.size(); ++k) {
+    differences[k].record = &store_.records.at(matches[k].record);
+    differences[k].columns.clear();
+  }
   for (std::size_t column = 0; column < columns_.size(); ++column) {
     auto const& [variable, values] = columns_[column];
     for (std::size_t k = 0; k < matches.size(); ++k)
-      if (variable->values[matches[k].record->row] != (*values)[matches[k].inputRow]) differing[k].push_back(column);
+      if (variable->values[differences[k].record->row] != (*values)[matches[k].inputRow])
+        differences[k].columns.push_back(column);
   }
 }
 
-void Merging::overwriteCell(Column const& column, Match const& match) {
-  table_.setCell(*column.variable, *match.record, (*column.values)[match.inputRow]);
-}
-
-void Merging::addAuxFiles(std::span<DataRecord const* const> records, AuxFileCollectionInterface const& auxFiles) {
+void Merging::addAuxFiles(Rows const& records, AuxFileCollectionInterface const& auxFiles) {
   if (auxFiles.empty()) return;
-  for (u64 row = 0; row < records.size(); ++row) addAuxFilesOfRow(*records[row], auxFiles, row);
+  for (u64 row = 0; row < records.size(); ++row) addAuxFilesOfRow(records[row], auxFiles, row);
 }
 
-void Merging::addAuxFilesOfRow(DataRecord const& record, AuxFileCollectionInterface const& auxFiles, u64 row) {
-  auto existing = auxFiles_.ofRecord(record.id);
-  for (auto const& tag : auxFiles.tags())
-    for (auto const& path : auxFiles.files(row, tag)) auxFiles_.addUnique(record.id, existing, path, tag);
+// The record's files are looked up when the collection, which may edit them, has answered.
+void Merging::addAuxFilesOfRow(u64 record, AuxFileCollectionInterface const& auxFiles, u64 row) {
+  std::vector<std::pair<std::string, std::vector<std::string>>> answers;
+  for (auto const& tag : auxFiles.tags()) answers.emplace_back(tag, auxFiles.files(row, tag));
+  auto existing = auxFiles_.ofRecord(record);
+  for (auto const& [tag, paths] : answers)
+    for (auto const& path : paths) auxFiles_.addUnique(record, existing, path, tag);
 }
 
 }  // namespace casebook

@@ -18,8 +18,7 @@ class Merging {
   enum class Unmatched { Dropped, Appended };
 
   /// All are borrowed.
-  Merging(Store& store, Table& table, AuxFiles& auxFiles, std::function<u64()> const& addRecord,
-          ImportedColumns const& columns);
+  Merging(Store& store, Table& table, AuxFiles& auxFiles, Merge::Makers const& makers, ImportedColumns const& columns);
 
   /// Every row becomes a new record.
   void append(Merge::AuxFileCollection const& auxFiles);
@@ -35,7 +34,13 @@ class Merging {
   };
   struct Match {
     u64 inputRow;
+    u64 record;
+  };
+  /// The record of a match, and the numbers of the columns whose cells differ, ascending. Both hold until a collection
+  /// edits the project while it is asked.
+  struct Difference {
     DataRecord const* record;
+    std::vector<std::size_t> columns;
   };
   using Rows = std::vector<u64>;
 
@@ -43,18 +48,19 @@ class Merging {
 
   [[nodiscard]] u64 rowCount() const noexcept { return columns_.front().values->size(); }
   void appendRows(Rows const& rows, AuxFileCollectionInterface const& auxFiles);
-  [[nodiscard]] std::vector<DataRecord const*> addRecords(u64 count);
+  [[nodiscard]] Rows addRecords(u64 count);
+  [[nodiscard]] std::vector<DataRecord const*> lookUp(Rows const& records) const;
+  void lookUpColumns();
+
   void overwrite(std::span<Match const> matches, AuxFileCollectionInterface const& auxFiles);
-  /// By match, the numbers of the columns whose cells differ, ascending.
-  void findDifferences(std::span<Match const> matches, std::span<std::vector<std::size_t>> differing) const;
-  void overwriteCell(Column const& column, Match const& match);
-  void addAuxFiles(std::span<DataRecord const* const> records, AuxFileCollectionInterface const& auxFiles);
-  void addAuxFilesOfRow(DataRecord const& record, AuxFileCollectionInterface const& auxFiles, u64 row);
+  void findDifferences(std::span<Match const> matches, std::span<Difference> differences) const;
+  void addAuxFiles(Rows const& records, AuxFileCollectionInterface const& auxFiles);
+  void addAuxFilesOfRow(u64 record, AuxFileCollectionInterface const& auxFiles, u64 row);
 
   Store& store_;
   Table& table_;
   AuxFiles& auxFiles_;
-  std::function<u64()> const& addRecord_;
+  Merge::Makers const& makers_;
   ImportedColumns const& imported_;
   std::vector<Column> columns_;
 };

@@ -1,16 +1,10 @@
-#include <casebook/project.h>
+#include "project/instance.h"
 
 #include <atomic>
 
 namespace casebook {
 
 Project* projectPtr = nullptr;
-
-namespace {
-
-struct Instance final : Project {};
-
-}  // namespace
 
 std::unique_ptr<Project> createProject() { return std::make_unique<Instance>(); }
 

@@ -5,6 +5,7 @@
 #include <casebook/journal.h>
 
 #include "project/components.h"
+#include "project/instance.h"
 #include "replay/checkpoint.h"
 #include "replay/restore.h"
 #include "store/locks.h"
@@ -31,7 +32,8 @@ std::unique_ptr<Components> componentsOf(Project& project) {
   Merge::Makers makers{[&project](ColumnInfo const& info, Variant const& defaultValue) {
                          return project.addVariable(info.name, info.nature, info.dataType, defaultValue).id();
                        },
-                       [&project] { return project.addRecord().id(); }};
+                       [&project] { return project.addRecord().id(); },
+                       [&project] { return typeid(project) == typeid(Instance); }};
   return std::make_unique<Components>(std::move(removeTag), std::move(makers));
 }
 

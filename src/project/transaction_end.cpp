@@ -52,6 +52,8 @@ void TransactionEnd::endOnce(FirstError& error) {
     deletion_.performDelayedErasures();
     calculation_.updateCalculatedValues();
     tagRemoval_.updateTagGroups();
+    // A host's removeTag may write cells.
+    if (calculation_.calculatedAt() != store_.touched.now()) calculation_.updateCalculatedValues();
   });
   auto const done = setAside();
   completed = completed && error.guard([&] { emitTransactionSignals(done, error); });

@@ -11,7 +11,7 @@ namespace casebook {
 
 namespace {
 
-constexpr u64 firstInvalidUid = u64{1} << 63;
+constexpr u64 firstInvalidUid = u64{1} << 62;  // which leaves room for those that come after
 
 [[noreturn]] void refuse(char const* why) { throw varnel::ExceptionBase{why, true}; }
 

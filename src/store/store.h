@@ -5,6 +5,7 @@
 #include "store/touched_cells.h"
 
 #include <algorithm>
+#include <memory>
 #include <type_traits>
 #include <vector>
 
@@ -27,6 +28,7 @@ struct ProjectTexts {
 ///    CaseStatus, or null; while it awaits its erasure there is no Case Status variable for a host.
 struct Store {
   ProjectTexts texts;
+  std::shared_ptr<void const> life = std::make_shared<char>();  ///< another one whenever UIDs begin anew
   u64 nextUid = 1;
   EntityMap<DataRecord> records;
   EntityMap<DataVariable> variables;

@@ -46,9 +46,8 @@ void Table::restart() {
 }
 
 DataVariable& Table::addVariable(DataVariable description) {
-  u64 const rows = store_.caseId->values.size();
-  description.values.reserve(std::max(reservedRows, rows));
-  description.values.assign(rows, description.defaultValue);
+  description.values.reserve(std::max(reservedRows, rowCount()));
+  description.values.assign(rowCount(), description.defaultValue);
   description.id = store_.assignUid();
   return insertVariable(std::move(description));
 }

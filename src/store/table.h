@@ -53,7 +53,7 @@ class Table {
   DataRecord& addRecord();
 
   /// Gives the columns the cells of so many records ahead of them. The records are to come by `addRecord` while the
-  /// object lives, and nothing else; when it goes, cells without a record go with it.
+  /// object lives, and nothing else is to happen; when it goes, cells without a record go with it.
   class RowsAhead {
    public:
     RowsAhead(Table& table, u64 count);

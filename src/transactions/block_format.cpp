@@ -132,6 +132,7 @@ void GrowingBytes::swap(GrowingBytes& other) noexcept {
 TransactionWriter::TransactionWriter() { std::memset(bytes_.append(headerSize), 0, headerSize); }
 
 Bytes TransactionWriter::finalize() noexcept {
+  if (size() < headerSize) return bytes();
   Bytes const content = bytes().subspan(headerSize);
   writeHead(bytes_.data(), {size(), content.empty() ? 0 : crcOf(content)});
   return bytes();

@@ -228,6 +228,66 @@ TEST_F(Merge, PreparedStaysSafeWhenTheProjectChanges) {
   EXPECT_EQ(rowsOf(*project_), "a \nb \n");
 }
 
+TEST_F(Merge, PreparedKnowsItsVariablesByNoNameAlone) {
+  Infos const infos{{"A", plain, text}, {"B", plain, text}};
+  Columns const table{{"a"}, {"b"}};
+  mergeInto(*project_, {{"old"}}, {infos[1]}, append);
+  auto const info = project_->merge_prep(table, infos);
+  transact(*project_, [&](Project& p) {
+    p.setVariableName(p.variable("B").id(), "A");
+    p.merge(info, files());
+  });
+  EXPECT_EQ(rowsOf(*project_), "old  \nb a \n") << "the column A, new then, does not take the variable of B";
+  project_->resetProject();
+  transact(*project_, [](Project& p) { p.addVariable("n", {}, number, 1.5), p.addVariable("m", {}, number, 1.5); });
+  EXPECT_EQ(refusalOf([&] { project_->merge(info, files()); }), unknownEntity) << "other variables have their UIDs";
+}
+
+/// Takes back the creation of the last record when it is asked about the first row.
+struct Editing : Files {
+  std::set<std::string> tags() const override { return {"t"}; }
+  bool empty() const override { return false; }
+  std::vector<std::string> files(u64 row, std::string const&) const override {
+    if (row == 0) project->processJournalTransaction(Journal::Transaction{block, 0}, Journal::Direction::Backwards);
+    return {"f"};
+  }
+
+  Project* project = nullptr;
+  test::Content block;
+};
+
+TEST_F(Merge, OutlivesACollectionThatEdits) {
+  Infos const infos{{"k", key, number}, {"v", plain, number}};
+  mergeInto(*project_, {{1.0}, {0.0}}, infos, append);
+  BlockStore journal{*project_};
+  mergeInto(*project_, {{2.0}, {0.0}}, infos, append);
+  auto const collection = boost::make_shared<Editing>();
+  collection->project = &*project_;
+  collection->block = journal.blocks.back();
+  EXPECT_EQ(refusalOf([&] { mergeInto(*project_, {{1.0, 2.0}, {5.0, 6.0}}, infos, byKeys, collection); }),
+            unknownEntity);
+  EXPECT_EQ(rowsOf(*project_), "1 0 <f:t,>\n");
+}
+
+/// Makes every record inactive, with all that comes of it the first time.
+struct Inactive : Project {
+  WeakPtr<Record> addRecord() override {
+    auto const record = Project::addRecord();
+    activate(record.id(), false);
+    return record;
+  }
+};
+
+TEST(MergeIntoADerivedProject, GoesThroughItsOperations) {
+  CurrentProject project{std::make_unique<Inactive>()};
+  BlockStore journal{*project};
+  mergeInto(*project, {{1.0, 2.0, 3.0}}, {{"k", plain, number}}, append);
+  auto const state = stateOf(*project);
+  EXPECT_EQ(rowsOf(*project), "1 Inactive \n2 Inactive \n3 Inactive \n");
+  CurrentProject const again{test::restored(journal.blocks, 0)};
+  EXPECT_EQ(stateOf(*again), state);
+}
+
 /// What a merge leads to, written the plain way: rows of values by the names of their columns.
 struct Model {
   using Row = std::map<std::string, Variant>;
