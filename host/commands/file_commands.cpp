@@ -4,6 +4,7 @@
 #include "project/import_plan.h"
 #include "project/open_project.h"
 #include "project/table_import.h"
+#include "project/table_problems.h"
 #include "project/words.h"
 #include "text/numbers.h"
 #include "text/utf8.h"

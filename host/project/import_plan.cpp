@@ -2,6 +2,7 @@
 
 #include "console/messages.h"
 #include "project/lookup.h"
+#include "project/table_problems.h"
 #include "project/words.h"
 #include "text/nearest.h"
 #include "text/numbers.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <map>
-#include <optional>
 #include <unordered_map>
 #include <utility>
 
@@ -19,68 +19,6 @@ namespace casebook::cli {
 namespace {
 
 using Role = PlannedColumn::Role;
-
-/// Line numbers that grow: "lines 10, 12-15".
-class LineNumbers {
- public:
-  void add(std::size_t line) {
-    if (!ranges_.empty() && line <= ranges_.back().second + 1) {
-      ranges_.back().second = line;
-    } else {
-      ranges_.emplace_back(line, line);
-    }
-  }
-
-  [[nodiscard]] std::string words() const {
-    std::string words;
-    for (auto const& [first, last] : ranges_) {
-      words += fmt::format("{}{}", words.empty() ? "" : ", ", first);
-      if (last != first) words += fmt::format("-{}", last);
-    }
-    bool const isOne = ranges_.size() == 1 && ranges_.front().first == ranges_.front().second;
-    return fmt::format("{} {}", isOne ? "line" : "lines", words);
-  }
-
- private:
-  std::vector<std::pair<std::size_t, std::size_t>> ranges_;
-};
-
-/// Collects what is wrong with cells, in the order in which they stand in the table: of the first few a sentence, of
-/// the others the line.
-class Problems {
- public:
-  Problems(CsvTable const& table, std::string_view source) : table_{table}, source_{source} {}
-
-  /// `message` makes the sentence, when it is needed.
-  template <class Message>
-  void add(CsvCell const& cell, Message const& message) {
-    line_ += table_.linesBetween(std::exchange(offset_, cell.offset), cell.offset);
-    if (++found_ <= 8) {
-      sentences_.push_back(at(source_, table_.place(cell), message()));
-    } else {
-      others_.add(line_);
-    }
-  }
-
-  [[nodiscard]] std::size_t lineOf(CsvCell const& cell) const { return table_.place(cell).line; }
-
-  void throwIfAny(std::string const& hint) {
-    if (found_ == 0) return;
-    if (found_ > sentences_.size())
-      sentences_.push_back(
-          fmt::format("{}: {} more like these, on {}.", source_, found_ - sentences_.size(), others_.words()));
-    throw Failure{std::move(sentences_), hint};
-  }
-
- private:
-  CsvTable const& table_;
-  std::string_view source_;
-  std::vector<std::string> sentences_;
-  LineNumbers others_;
-  std::size_t found_ = 0;
-  std::size_t offset_ = 0;  // of the last cell
-  std::size_t line_ = 1;    // where it stands
-};
 
 /// Splits "left=right" where `left` is one of the names, which may hold "=" themselves.
 std::pair<std::string, std::string> splitWish(std::string const& wish, std::vector<std::string> const& names,
@@ -128,7 +66,7 @@ class Planner {
   }
 
   void checkNames() {
-    Problems problems{table_, source_};
+    TableProblems problems{table_, source_};
     std::map<std::string_view, std::size_t> first;
     for (std::size_t i = 0; i < names_.size(); ++i) {
       CsvCell const& cell = table_.header()[i];
@@ -179,7 +117,7 @@ class Planner {
   }
 
   void checkCaseIds(std::size_t index) {
-    Problems problems{table_, source_};
+    TableProblems problems{table_, source_};
     std::unordered_map<std::uint32_t, CsvCell const*> seen;
     for (std::size_t row = 0; row < table_.rows(); ++row) {
       CsvCell const& cell = table_.cell(row, index);
@@ -200,7 +138,7 @@ class Planner {
   }
 
   void checkCaseStatus(std::size_t index) {
-    Problems problems{table_, source_};
+    TableProblems problems{table_, source_};
     for (std::size_t row = 0; row < table_.rows(); ++row) {
       CsvCell const& cell = table_.cell(row, index);
       if (cell.text != activeWord && cell.text != inactiveWord)
@@ -227,7 +165,7 @@ class Planner {
   }
 
   void checkExisting(PlannedColumn const& column) {
-    Problems problems{table_, source_};
+    TableProblems problems{table_, source_};
     if (project_.variableType(column.existing.id()) == VariableType::Calculated)
       problems.add(table_.header()[column.index],
                    [&] { return fmt::format("The project computes {}; it takes no values.", inQuotes(column.name)); });
@@ -250,7 +188,7 @@ class Planner {
   }
 
   void checkCells(PlannedColumn& column) {
-    Problems problems{table_, source_};
+    TableProblems problems{table_, source_};
     for (std::size_t row = 0; row < table_.rows(); ++row) {
       CsvCell const& cell = table_.cell(row, column.index);
       if (isMissing(cell)) {
@@ -293,10 +231,6 @@ class Planner {
 ImportPlan ImportPlan::make(CsvTable const& table, std::string_view source, ImportWishes const& wishes,
                             Project& project) {
   return Planner{table, source, wishes, project}.make();
-}
-
-std::string at(std::string_view source, Place place, std::string_view message) {
-  return fmt::format("{}:{}:{}: {}", source, place.line, place.column, message);
 }
 
 }  // namespace casebook::cli

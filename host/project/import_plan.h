@@ -42,7 +42,4 @@ struct ImportPlan {
   static ImportPlan make(CsvTable const& table, std::string_view source, ImportWishes const& wishes, Project& project);
 };
 
-/// "source:line:column: message".
-[[nodiscard]] std::string at(std::string_view source, Place place, std::string_view message);
-
 }  // namespace casebook::cli
