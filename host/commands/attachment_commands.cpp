@@ -55,10 +55,7 @@ class AttachCommand : public Command {
     for (std::string const& path : stored)
       fmt::print(console.out, "Attached {} to case {}.\n", attachmentWords(path, tag_), case_);
     for (FilePlace const& place : added) warnOfAbsent(place, console);
-    if (isFirst && project.rootPath().empty())
-      printHint(console,
-                "The project has no root folder, so that paths are kept whole; casebook info FILE --root DIR sets one "
-                "for the files to come.");
+    if (isFirst && project.rootPath().empty()) printHint(console, noRootHint);
     return ExitCode::Ok;
   }
 

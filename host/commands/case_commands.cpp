@@ -203,15 +203,7 @@ class AddCaseCommand : public Command {
     if (records.empty()) return 1;
     u64 const next = project.getRow(records.back().id()).front().longValue() + 1;
     auto const id = static_cast<std::uint32_t>(next);
-    return id == next && !project.recordById(next) ? id : freeIdentifier(caseIds(project));
-  }
-
-  /// One more than the largest, or when that is too large the smallest from 1 on that is free.
-  static std::uint32_t freeIdentifier(std::vector<std::uint32_t> const& taken) {
-    if (taken.back() != UINT32_MAX) return taken.back() + 1;
-    std::uint32_t free = 1;
-    for (std::uint32_t id : taken) free += id == free ? 1 : 0;
-    return free;
+    return id == next && !project.recordById(next) ? id : freeCaseIds(caseIds(project), 1).front();
   }
 
   std::string file_;

@@ -38,7 +38,8 @@ class Command {
 using Commands = std::vector<std::unique_ptr<Command>>;
 
 // Each adds the verbs of one file, in the order in which --help lists them.
-void addFileCommands(Commands& commands);
+void addCreateCommands(Commands& commands);
+void addImportCommands(Commands& commands);
 void addViewCommands(Commands& commands);
 void addStatsCommands(Commands& commands);
 void addCaseCommands(Commands& commands);

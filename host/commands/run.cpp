@@ -26,7 +26,8 @@ constexpr std::string_view exitCodes = R"(Exit codes:
 
 Commands allCommands() {
   Commands commands;
-  addFileCommands(commands);
+  addCreateCommands(commands);
+  addImportCommands(commands);
   addViewCommands(commands);
   addStatsCommands(commands);
   addCaseCommands(commands);

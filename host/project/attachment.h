@@ -35,6 +35,12 @@ class FilePlace {
   std::string stored_;
 };
 
+/// What a person is told with the first files of a project that has no root folder.
+constexpr std::string_view noRootHint =
+    "The project has no root folder, so that paths are kept whole; casebook info FILE --root DIR sets one for the "
+    "files "
+    "to come.";
+
 /// The tag that a file was attached with; none when its tags are those that rules give.
 [[nodiscard]] std::optional<std::string> ownTag(Project& project, WeakPtr<AuxFile> file);
 

@@ -2,6 +2,7 @@
 
 #include "console/messages.h"
 #include "project/lookup.h"
+#include "project/merge_keys.h"
 #include "project/table_problems.h"
 #include "project/words.h"
 #include "text/nearest.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <map>
+#include <stdexcept>
 #include <unordered_map>
 #include <utility>
 
@@ -40,12 +42,18 @@ class Planner {
       : table_{table}, source_{source}, wishes_{wishes}, project_{project} {}
 
   ImportPlan make() {
+    plan_.method = wishes_.method;
+    plan_.missing = wishes_.missing;
     for (CsvCell const& cell : table_.header()) names_.emplace_back(cell.text);
     rename();
     checkNames();
+    findFiles();
     readTypes();
-    for (std::size_t i = 0; i < names_.size(); ++i) plan_.columns.push_back(planColumn(i));
-    markIndependents();
+    for (std::size_t i = 0; i < names_.size(); ++i)
+      if (names_[i] != caseIdName || !wishes_.ignoreCaseId) plan_.columns.push_back(planColumn(i));
+    markIndependents("--independent", wishes_.independents);
+    markIndependents("--key", wishes_.keys);
+    checkMerge();
     return std::move(plan_);
   }
 
@@ -86,6 +94,27 @@ class Planner {
                                         "columns of one name the same new one.");
   }
 
+  void findFiles() {
+    for (std::string const& name : wishes_.files) {
+      if (std::ranges::find(names_, name) == names_.end()) throw noColumn("--files", name);
+      if (name == caseIdName || name == caseStatusName) throw builtIn("--files", name);
+      files_.insert(name);
+    }
+  }
+
+  [[nodiscard]] Failure noColumn(std::string_view option, std::string const& name) const {
+    return Failure{
+        fmt::format("{} {}: The table has no such column. {}", option, inQuotes(name), suggestion(name, names_))};
+  }
+
+  static Failure builtIn(std::string_view option, std::string const& text) {
+    return Failure{fmt::format("{} {}: This variable is built in.", option, inQuotes(text))};
+  }
+
+  static Failure ofFiles(std::string_view option, std::string const& text) {
+    return Failure{fmt::format("{} {}: This column holds paths of files.", option, inQuotes(text))};
+  }
+
   void readTypes() {
     for (std::string const& wish : wishes_.types) {
       auto const [name, word] = splitWish(wish, names_, "--type");
@@ -93,8 +122,8 @@ class Planner {
       if (!type)
         throw Failure{
             fmt::format("--type {}: A type is number, text or integer.", inQuotes(wish)), {}, ExitCode::Usage};
-      if (name == caseIdName || name == caseStatusName)
-        throw Failure{fmt::format("--type {}: This variable is built in.", inQuotes(wish))};
+      if (name == caseIdName || name == caseStatusName) throw builtIn("--type", wish);
+      if (files_.contains(name)) throw ofFiles("--type", wish);
       types_[name] = *type;
     }
   }
@@ -103,13 +132,21 @@ class Planner {
     PlannedColumn column;
     column.index = index;
     column.name = names_[index];
+    if (files_.contains(column.name)) {
+      column.role = Role::Files;
+      countMissing(column);
+      return column;
+    }
+    column.existing = project_.variable(column.name);
+    if (column.existing) column.nature = project_.variableNature(column.existing.id());
     if (column.name == caseIdName) {
       column.role = Role::CaseId;
       column.type = Variant::UnsignedInteger;
-      checkCaseIds(index);
+      // A merge that has no place for the column refuses it whatever it holds.
+      if (!wishes_.method || wishes_.method == MergeMethod::ByCaseId) checkCaseIds(index);
     } else if (column.name == caseStatusName) {
       column.role = Role::CaseStatus;
-      checkCaseStatus(index);
+      checkCaseStatus(column);
     } else {
       decideType(column);
     }
@@ -137,21 +174,21 @@ class Planner {
     problems.throwIfAny(R"(--rename "Case ID=NAME" brings the column in as an ordinary one.)");
   }
 
-  void checkCaseStatus(std::size_t index) {
+  void checkCaseStatus(PlannedColumn const& column) {
     TableProblems problems{table_, source_};
     for (std::size_t row = 0; row < table_.rows(); ++row) {
-      CsvCell const& cell = table_.cell(row, index);
+      CsvCell const& cell = table_.cell(row, column.index);
       if (cell.text != activeWord && cell.text != inactiveWord)
         problems.add(cell, [&] {
           return fmt::format("\"Case Status\" {} is neither \"Active\" nor \"Inactive\".", inQuotes(cell.text));
         });
     }
     problems.throwIfAny(R"(--rename "Case Status=NAME" brings the column in as an ordinary one.)");
-    if (table_.rows() == 0) plan_.hints.emplace_back("\"Case Status\" comes with the first case; it is left out here.");
+    if (table_.rows() == 0 && !column.existing)
+      plan_.hints.emplace_back("\"Case Status\" comes with the first case; it is left out here.");
   }
 
   void decideType(PlannedColumn& column) {
-    column.existing = project_.variable(column.name);
     auto const wished = types_.find(column.name);
     if (column.existing) {
       column.type = project_.variableDataType(column.existing.id());
@@ -201,16 +238,40 @@ class Planner {
     problems.throwIfAny({});
   }
 
-  void markIndependents() {
-    for (std::string const& name : wishes_.independents) {
+  void countMissing(PlannedColumn& column) const {
+    for (std::size_t row = 0; row < table_.rows(); ++row) column.missing += isMissing(table_.cell(row, column.index));
+  }
+
+  void markIndependents(std::string_view option, std::vector<std::string> const& names) {
+    for (std::string const& name : names) {
       auto const column = std::ranges::find(plan_.columns, name, &PlannedColumn::name);
-      if (column == plan_.columns.end())
-        throw Failure{fmt::format("--independent {}: The table has no such column. {}", inQuotes(name),
-                                  suggestion(name, names_))};
-      if (column->role != Role::Ordinary)
-        throw Failure{fmt::format("--independent {}: This variable is built in.", inQuotes(name))};
+      if (column == plan_.columns.end()) throw noColumn(option, name);
+      if (column->role == Role::Files) throw ofFiles(option, name);
+      if (column->role != Role::Ordinary) throw builtIn(option, name);
+      if (wishes_.method && column->existing && column->nature != VariableNature::Independent)
+        throw Failure{fmt::format("{} {}: The project has this variable already, of the nature {}.", option,
+                                  inQuotes(name), natureWord(column->nature)),
+                      fmt::format("casebook set-nature FILE {} independent changes that.", inQuotes(name))};
       column->nature = VariableNature::Independent;
     }
+  }
+
+  void checkMerge() {
+    if (!wishes_.method) return;
+    if (wishes_.method == MergeMethod::ByCaseId && project_.empty())
+      throw Failure{"The project has no cases that rows could go into.", "Without --mode, import fills a project."};
+    // The library takes a table without columns for one without rows.
+    auto const isPassedOn = [&](PlannedColumn const& column) {
+      return column.role == Role::CaseStatus ? !project_.empty() : column.role != Role::Files;
+    };
+    if (std::ranges::none_of(plan_.columns, isPassedOn))
+      throw Failure{fmt::format("{}: No column is left that becomes a variable.", source_)};
+    if (wishes_.method != MergeMethod::ByIndependentVariables) return;
+    MergeKeys const keys{plan_.columns};
+    keys.check(table_, source_, project_);
+    plan_.keys = keys.names();
+    if (project_.empty()) return;
+    for (std::string& hint : keys.hints(table_, wishes_)) plan_.hints.push_back(std::move(hint));
   }
 
   [[nodiscard]] bool isMissing(CsvCell const& cell) const {
@@ -222,6 +283,7 @@ class Planner {
   ImportWishes const& wishes_;
   Project& project_;
   std::vector<std::string> names_;
+  std::set<std::string> files_;
   std::map<std::string, VariableDataType> types_;
   ImportPlan plan_;
 };
@@ -231,6 +293,12 @@ class Planner {
 ImportPlan ImportPlan::make(CsvTable const& table, std::string_view source, ImportWishes const& wishes,
                             Project& project) {
   return Planner{table, source, wishes, project}.make();
+}
+
+Variant ImportPlan::value(std::string_view text, VariableDataType type) const {
+  CellReading const cell = missing.contains(text) ? CellReading{emptyCell(type), {}} : readCell(text, type);
+  if (!cell.value) throw std::logic_error{"The plan let a cell pass that the variable cannot hold."};
+  return *cell.value;
 }
 
 }  // namespace casebook::cli

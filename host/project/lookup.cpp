@@ -58,6 +58,18 @@ std::vector<std::uint32_t> caseIds(Project& project) {
   return ids;
 }
 
+std::vector<std::uint32_t> freeCaseIds(std::vector<std::uint32_t> const& taken, std::size_t count) {
+  u64 next = taken.empty() ? 1 : u64{taken.back()} + 1;
+  if (next + count > u64{UINT32_MAX} + 1) next = 1;
+  auto ahead = std::ranges::lower_bound(taken, next);
+  std::vector<std::uint32_t> free;
+  for (; free.size() < count; ++next) {
+    while (ahead != taken.end() && *ahead < next) ++ahead;
+    if (ahead == taken.end() || *ahead != next) free.push_back(static_cast<std::uint32_t>(next));
+  }
+  return free;
+}
+
 void checkNewName(Project& project, std::string const& name) {
   checkUtf8(name);
   if (name.empty()) throw Failure{"A variable needs a name."};

@@ -25,6 +25,10 @@ namespace casebook::cli {
 /// The identifiers of all cases, ascending.
 [[nodiscard]] std::vector<std::uint32_t> caseIds(Project& project);
 
+/// Identifiers that no case has, ascending, when these, ascending, are taken: those from one more than the largest on,
+/// or when there is no room above it the smallest from 1 on.
+[[nodiscard]] std::vector<std::uint32_t> freeCaseIds(std::vector<std::uint32_t> const& taken, std::size_t count);
+
 /// Throws Failure unless a new variable may have this name: not empty, UTF-8, not taken, not that of a built-in one.
 void checkNewName(Project& project, std::string const& name);
 

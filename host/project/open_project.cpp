@@ -62,7 +62,16 @@ OpenProject::OpenProject(std::filesystem::path const& path, For purpose, Console
 
 void OpenProject::edit(std::string_view label, std::function<void(Transaction&)> const& change) {
   constexpr std::size_t longestLabel = 2000;
-  carryOut([&] { return file_.edit(cutToBytes(label, longestLabel), change); });
+  carryOut([&] { return stored(file_.edit(cutToBytes(label, longestLabel), change)); });
+}
+
+void OpenProject::rehearse(std::function<void(Transaction&)> const& change) {
+  carryOut([&] {
+    Transaction transaction = project().startTransaction();
+    change(transaction);
+    transaction.commit();
+    return true;
+  });
 }
 
 void OpenProject::undo(std::size_t steps) {
@@ -76,14 +85,18 @@ void OpenProject::redo(std::size_t steps) {
 void OpenProject::step(std::function<void()> const& walk) {
   carryOut([&] {
     readHistory(walk);
-    return true;
+    return stored(true);
   });
 }
 
-void OpenProject::carryOut(std::function<bool()> const& write) {
+bool OpenProject::stored(bool isWritten) {
+  console_.stored = console_.stored || isWritten;
+  return isWritten;
+}
+
+void OpenProject::carryOut(std::function<bool()> const& change) {
   auto const calculated = calculatedVariables(*project_);
-  if (!write()) return;
-  console_.stored = true;
+  if (!change()) return;
   bool isLost = false;
   for (auto const& [name, fault] : madeStatic(*project_, calculated)) {
     isLost = isLost || !fault.empty();

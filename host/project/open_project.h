@@ -35,11 +35,14 @@ class OpenProject {
   /// file, and what ProjectFile throws when it cannot be opened. The console is borrowed.
   OpenProject(std::filesystem::path const& path, For purpose, Console& console);
 
-  /// All three name on stderr the variables that are calculated no more, and why.
+  /// All four name on stderr the variables that are calculated no more, and why.
 
   /// Writes an edit, under a label that is cut where it is too long for a log, and notes in the console that the file
   /// has changed. Throws as ProjectFile::edit does.
   void edit(std::string_view label, std::function<void(Transaction&)> const& change);
+
+  /// Carries a change out in memory alone, so that what it does can be told. The project is of no further use.
+  void rehearse(std::function<void(Transaction&)> const& change);
 
   /// Undoes or redoes as many transactions, and notes in the console that the file has changed. Throws as
   /// ProjectFile::undo does, and as `readHistory`.
@@ -54,8 +57,9 @@ class OpenProject {
   [[nodiscard]] ProjectFile const& file() const noexcept { return file_; }
 
  private:
-  /// `write` says whether it has written.
-  void carryOut(std::function<bool()> const& write);
+  /// `change` says whether there was anything to change.
+  void carryOut(std::function<bool()> const& change);
+  bool stored(bool isWritten);
   void step(std::function<void()> const& walk);
 
   Console& console_;

@@ -7,7 +7,7 @@
 #include <casebook/variable.h>
 
 #include <optional>
-#include <stdexcept>
+#include <set>
 
 namespace casebook::cli {
 namespace {
@@ -16,8 +16,8 @@ using Role = PlannedColumn::Role;
 
 class TableImport {
  public:
-  TableImport(Transaction& transaction, CsvTable const& table, ImportPlan const& plan, MissingWords const& missing)
-      : transaction_{transaction}, table_{table}, plan_{plan}, missing_{missing} {}
+  TableImport(Transaction& transaction, CsvTable const& table, ImportPlan const& plan, TableFiles const& files)
+      : transaction_{transaction}, table_{table}, plan_{plan}, files_{files}, tags_{files.tags()} {}
 
   void makeVariables() {
     for (PlannedColumn const& column : plan_.columns) makeVariable(column);
@@ -28,6 +28,9 @@ class TableImport {
     for (Target const& target : targets_) setCell(record, target, table_.cell(row, target.column->index).text);
     if (statusColumn_ && row > 0 && table_.cell(row, *statusColumn_).text == inactiveWord)
       transaction_->activate(record.getWeakPtr().id(), false);
+    for (std::string const& tag : tags_)
+      for (std::string const& path : files_.files(row, tag))
+        transaction_->addAuxFile(record.getWeakPtr().id(), path, tag);
   }
 
  private:
@@ -41,13 +44,13 @@ class TableImport {
       case Role::Ordinary: targets_.push_back({&column, ordinaryVariable(column).lock(transaction_)}); break;
       case Role::CaseId: targets_.push_back({&column, transaction_->getCaseIDColumn().lock(transaction_)}); break;
       case Role::CaseStatus: makeStatus(column); break;
+      case Role::Files: break;
     }
   }
 
   WeakPtr<Variable> ordinaryVariable(PlannedColumn const& column) {
     if (column.existing) {
-      if (column.nature != transaction_->variableNature(column.existing.id()) &&
-          column.nature != VariableNature::Unspecified)
+      if (column.nature != transaction_->variableNature(column.existing.id()))
         transaction_->setVariableNature(column.existing.id(), column.nature);
       return column.existing;
     }
@@ -68,16 +71,15 @@ class TableImport {
   }
 
   void setCell(Record const& record, Target const& target, std::string_view text) {
-    VariableDataType const type = target.column->type;
-    CellReading const cell = missing_.contains(text) ? CellReading{emptyCell(type), {}} : readCell(text, type);
-    if (!cell.value) throw std::logic_error{"The plan let a cell pass that the variable cannot hold."};
-    if (record.data(target.variable) != *cell.value) transaction_->setValue(target.variable, record, *cell.value);
+    Variant const value = plan_.value(text, target.column->type);
+    if (record.data(target.variable) != value) transaction_->setValue(target.variable, record, value);
   }
 
   Transaction& transaction_;
   CsvTable const& table_;
   ImportPlan const& plan_;
-  MissingWords const& missing_;
+  TableFiles const& files_;
+  std::set<std::string> tags_;
   std::vector<Target> targets_;
   std::optional<std::size_t> statusColumn_;
   WeakPtr<Record> first_;
@@ -85,14 +87,19 @@ class TableImport {
 
 }  // namespace
 
-void importTable(Transaction& transaction, CsvTable const& table, ImportPlan const& plan, MissingWords const& missing,
-                 std::function<void(std::size_t, std::size_t)> const& progress) {
-  TableImport import{transaction, table, plan, missing};
+ImportOutcome importTable(Transaction& transaction, CsvTable const& table, ImportPlan const& plan,
+                          TableFiles const& files, std::function<void(std::size_t, std::size_t)> const& progress) {
+  std::size_t const filesBefore = transaction->auxFiles().size();
+  TableImport import{transaction, table, plan, files};
   import.makeVariables();
   for (std::size_t row = 0; row < table.rows(); ++row) {
     import.addCase(row);
     progress(row + 1, table.rows());
   }
+  ImportOutcome outcome;
+  outcome.added = table.rows();
+  outcome.attached = transaction->auxFiles().size() - filesBefore;
+  return outcome;
 }
 
 }  // namespace casebook::cli

@@ -207,11 +207,14 @@ TEST(Import, MeetsVariablesThatAreThereAndRefusesCases) {
             "casebook: --rename \"ring=y\": The table has no column \"ring\". Did you mean \"Ring\"?\n");
   EXPECT_EQ(desk.run({"import", "p.casebook", "-"}, "Ring\nx\n").err,
             "casebook: stdin:2:1: \"Ring\" \"x\" is not a whole number from 0 to 4294967295.\n");
-  desk.done({"import", "p.casebook", "t.csv", "--independent", "Sex"});
+  desk.done({"import", "p.casebook", "t.csv", "--independent", "Sex", "--independent", "Ring"});
   EXPECT_EQ(desk.csv("p.casebook"), "Case ID,Ring,Sex\n1,7,MALE\n2,,\n");
   Result const again = desk.run({"import", "p.casebook", "t.csv"});
   EXPECT_EQ(again.code, 1);
-  EXPECT_EQ(again.err, "casebook: p.casebook holds 2 cases already; import fills a project that has none.\n");
+  EXPECT_EQ(
+      again.err,
+      "casebook: p.casebook holds 2 cases already; import fills a project that has none.\nhint: --mode append adds "
+      "the rows as new cases; --mode by-id and --mode by-key bring them into the cases that they match.\n");
 }
 
 TEST(Edits, SayWhatTheyDidAndAreLogged) {

@@ -33,6 +33,8 @@ TEST(Program, MeetsShellPipesAndFullDisks) {
        "casebook: stdout: Cannot be written: Broken pipe.\n"},
       {"casebook set p.casebook 1 y b > /dev/full", 4, "",
        "casebook: The change is stored; stdout could not be written: No space left on device.\n"},
+      {"casebook import p.casebook t.csv --mode append --dry-run > /dev/full", 1, "",
+       "casebook: stdout: Cannot be written: No space left on device.\n"},
       {"casebook set p.casebook 1 y c >&-; casebook set p.casebook 1 y b > /dev/null", 0, "",
        "casebook: The change is stored; stdout could not be written: Bad file descriptor.\n"},
       {"casebook export p.casebook --csv >> p.casebook", 1, "",
