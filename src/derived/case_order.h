@@ -24,7 +24,16 @@ class CaseOrder {
   [[nodiscard]] std::uint32_t rank(std::uint32_t position) const noexcept {
     return ranks_.empty() ? position : ranks_[position];
   }
-  [[nodiscard]] CaseIds const& caseIds() const noexcept { return caseIds_; }
+  [[nodiscard]] CaseIds caseIds() const noexcept { return caseIds_; }
+
+  [[nodiscard]] bool isDistinct() const noexcept { return caseIds_->size() == size_; }
+  /// The rank of a row with this case identifier; the order is distinct.
+  [[nodiscard]] std::uint32_t rankOfRow(u64 row, Variant const& caseId) const noexcept;
+
+  /// Takes in the rows that came behind the others of the column that it was made of. Ranks stay what they are, and
+  /// who has the identifiers sees them grow. False, with nothing changed, unless the order is distinct and each
+  /// identifier above all before it.
+  [[nodiscard]] bool extend(std::vector<Variant> const& caseIdColumn);
 
  private:
   void sort(std::vector<u64>& idsByRow);
@@ -33,7 +42,7 @@ class CaseOrder {
   std::vector<std::uint32_t> rows_;
   std::vector<std::uint32_t> ranks_;
   std::size_t size_;
-  CaseIds caseIds_;
+  std::shared_ptr<std::vector<u64>> caseIds_;
 };
 
 }  // namespace casebook

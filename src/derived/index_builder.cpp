@@ -24,8 +24,10 @@ ValueIndex IndexBuilder::build(Column const& column, CaseOrder const& order) {
   putNumbers(ValueKind::Whole);
   putNumbers(ValueKind::Number);
   putTexts(column);
-  if (zeroIsNegative(column)) runs_.values.makeZeroNegative();
-  return {runs_, order.caseIds()};
+  runs_.values.setZeroNegative(runs_.values.find(0.0) && firstZeroIsNegative(column));
+  ValueIndex index;
+  index.assign(runs_, order.caseIds());
+  return index;
 }
 
 void IndexBuilder::divideByKind(Column const& column) {
@@ -111,12 +113,6 @@ void IndexBuilder::putRanks(std::span<u64 const> positions) {
     auto const rank = order_->rank(static_cast<std::uint32_t>(position));
     if (ranks.size() == begin || ranks.back() != rank) ranks.push_back(rank);
   }
-}
-
-bool IndexBuilder::zeroIsNegative(Column const& column) const {
-  if (!runs_.values.find(0.0)) return false;
-  auto const first = std::ranges::find(column, Variant{0.0});
-  return first != column.end() && first->word() != 0;
 }
 
 }  // namespace casebook

@@ -28,7 +28,6 @@ class IndexBuilder {
   template <class Append>
   void putRuns(std::span<u64 const> positions, Append append);
   void putRanks(std::span<u64 const> positions);
-  [[nodiscard]] bool zeroIsNegative(Column const& column) const;
 
   CaseOrder const* order_ = nullptr;  // borrowed while an index is built
   KeySort keySort_;

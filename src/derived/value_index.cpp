@@ -9,25 +9,31 @@ namespace {
 
 constexpr u64 zeroKey = value_key::ofNumber(0).key;
 
-/// A copy whose capacity is its size.
-template <class T>
-std::vector<T> trimmedCopy(std::vector<T> const& from) {
-  return {from.begin(), from.end()};
-}
-
-/// The place of an element in an ascending range, `offset` further on.
-template <class Range, class T>
-std::optional<std::size_t> placeIn(Range const& range, T const& element, std::size_t offset) noexcept {
-  auto const found = std::ranges::lower_bound(range, element);
-  if (found == range.end() || *found != element) return std::nullopt;
-  return offset + static_cast<std::size_t>(found - range.begin());
-}
-
 }  // namespace
 
 void DistinctValues::append(ValueKind kind, u64 key) {
   keys_.push_back(key);
   if (kind == ValueKind::Whole) ++wholes_;
+}
+
+void DistinctValues::append(Variant const& value) {
+  auto const [kind, key] = keyOf(value);
+  if (kind == ValueKind::Text) texts_.push_back(value);
+  else append(kind, key);
+}
+
+void DistinctValues::append(DistinctValues&& from, std::size_t begin, std::size_t end) {
+  auto const places = [&]<class T>(std::vector<T>& all, std::size_t offset) {
+    auto const place = [&](std::size_t number) {
+      return all.begin() + static_cast<std::ptrdiff_t>(std::clamp(number, offset, offset + all.size()) - offset);
+    };
+    return std::pair{place(begin), place(end)};
+  };
+  auto const [firstKey, lastKey] = places(from.keys_, 0);
+  keys_.insert(keys_.end(), firstKey, lastKey);
+  auto const [firstText, lastText] = places(from.texts_, from.keys_.size());
+  texts_.insert(texts_.end(), std::move_iterator{firstText}, std::move_iterator{lastText});
+  wholes_ += std::min(end, from.wholes_) - std::min(begin, from.wholes_);
 }
 
 void DistinctValues::clear() noexcept {
@@ -37,31 +43,65 @@ void DistinctValues::clear() noexcept {
   negativeZero_ = false;
 }
 
-DistinctValues DistinctValues::take() {
-  DistinctValues taken;
-  taken.keys_ = trimmedCopy(keys_);
-  taken.wholes_ = wholes_;
-  taken.texts_ = std::exchange(texts_, {});
-  taken.negativeZero_ = negativeZero_;
-  clear();
-  return taken;
+void DistinctValues::takeFrom(DistinctValues& others) {
+  keys_.assign(others.keys_.begin(), others.keys_.end());
+  wholes_ = others.wholes_;
+  texts_ = std::exchange(others.texts_, {});
+  negativeZero_ = others.negativeZero_;
+  others.clear();
 }
 
 std::optional<std::size_t> DistinctValues::find(Variant const& value) const noexcept {
-  auto const keys = std::span{keys_};
+  auto const place = placeOf(value);
+  return holds(value, place) ? std::optional{place} : std::nullopt;
+}
+
+std::size_t DistinctValues::placeOf(Variant const& value) const noexcept {
   auto const [kind, key] = keyOf(value);
+  auto const [begin, end] = ofKind(kind);
+  return placeIn(begin, end, value);
+}
+
+std::size_t DistinctValues::placeOf(Variant const& value, std::size_t from) const noexcept {
+  auto const [kind, key] = keyOf(value);
+  auto [begin, end] = ofKind(kind);
+  begin = std::max(begin, from);
+  std::size_t step = 16;
+  for (; begin + step < end && isBelow(begin + step, value); step *= 2) begin += step;
+  return placeIn(begin, std::min(end, begin + step), value);
+}
+
+std::size_t DistinctValues::placeIn(std::size_t begin, std::size_t end, Variant const& value) const noexcept {
+  auto const lowest = [&](auto const& all, std::size_t offset, auto const& sought) {
+    auto const part = std::span{all}.subspan(begin - offset, end - begin);
+    return begin + static_cast<std::size_t>(std::ranges::lower_bound(part, sought) - part.begin());
+  };
+  return begin >= keys_.size() ? lowest(texts_, keys_.size(), value) : lowest(keys_, 0, keyOf(value).key);
+}
+
+bool DistinctValues::isBelow(std::size_t place, Variant const& value) const noexcept {
+  return place < keys_.size() ? keys_[place] < keyOf(value).key : texts_[place - keys_.size()] < value;
+}
+
+std::pair<std::size_t, std::size_t> DistinctValues::ofKind(ValueKind kind) const noexcept {
   switch (kind) {
-    case ValueKind::Null:
-    case ValueKind::NotANumber: return std::nullopt;
-    case ValueKind::Whole: return placeIn(keys.first(wholes_), key, 0);
-    case ValueKind::Number: return placeIn(keys.subspan(wholes_), key, wholes_);
-    case ValueKind::Text: return placeIn(texts_, value, keys_.size());
+    case ValueKind::Null: return {0, 0};
+    case ValueKind::Whole: return {0, wholes_};
+    case ValueKind::Number: return {wholes_, keys_.size()};
+    case ValueKind::NotANumber: return {keys_.size(), keys_.size()};
+    case ValueKind::Text: return {keys_.size(), size()};
   }
-  return std::nullopt;
+  return {0, 0};
+}
+
+Variant DistinctValues::at(std::size_t place) const noexcept {
+  if (place >= keys_.size()) return texts_[place - keys_.size()];
+  if (place < wholes_) return Variant::ofWord(keys_[place], Variant::UnsignedInteger);
+  return number(keys_[place]);
 }
 
 Variant DistinctValues::number(u64 key) const noexcept {
-  if (key == zeroKey && negativeZero_) return -0.0;
+  if (key == zeroKey) return zero();
   return std::bit_cast<double>(value_key::numberOf(key));
 }
 
@@ -75,6 +115,11 @@ std::vector<Variant> DistinctValues::all() const {
   return values;
 }
 
+bool firstZeroIsNegative(std::vector<Variant> const& column) noexcept {
+  auto const first = std::ranges::find(column, Variant{0.0});
+  return first != column.end() && first->word() != 0;
+}
+
 void ValueIndex::Runs::clear() noexcept {
   values.clear();
   ranks.clear();
@@ -82,20 +127,28 @@ void ValueIndex::Runs::clear() noexcept {
   ends.clear();
 }
 
-ValueIndex::ValueIndex(Runs& runs, CaseOrder::CaseIds caseIds)
-    : values_{runs.values.take()},
-      ranks_{trimmedCopy(runs.ranks)},
-      nulls_{runs.nulls},
-      nans_{runs.nans},
-      caseIds_{std::move(caseIds)} {
-  bool const eachHasOne = runs.nulls + runs.nans + runs.ends.size() == runs.ranks.size();
-  if (!eachHasOne) ends_ = trimmedCopy(runs.ends);
+// Assigning keeps memory where there is enough, else it takes just what is needed.
+void ValueIndex::assign(Runs& runs, CaseOrder::CaseIds caseIds) {
+  values_.takeFrom(runs.values);
+  ranks_.assign(runs.ranks.begin(), runs.ranks.end());
+  nulls_ = runs.nulls;
+  nans_ = runs.nans;
+  bool const oneEach = nulls_ + nans_ + values_.size() == ranks_.size();
+  ends_.assign(runs.ends.begin(), oneEach ? runs.ends.begin() : runs.ends.end());
+  caseIds_ = std::move(caseIds);
 }
 
 std::set<u64> ValueIndex::caseIds(Variant const& value) const {
   std::set<u64> ids;
   for (auto const rank : ranksOf(value)) ids.insert(ids.end(), (*caseIds_)[rank]);
   return ids;
+}
+
+std::size_t ValueIndex::cellsOf(ValueKind kind) const noexcept {
+  if (kind == ValueKind::Null) return nulls_;
+  if (kind == ValueKind::NotANumber) return nans_;
+  auto const [begin, end] = values_.ofKind(kind);
+  return begin == end ? 0 : beginOf(end) - beginOf(begin);
 }
 
 std::span<std::uint32_t const> ValueIndex::ranksOf(Variant const& value) const noexcept {
@@ -108,10 +161,13 @@ std::span<std::uint32_t const> ValueIndex::ranksOf(Variant const& value) const n
 }
 
 std::span<std::uint32_t const> ValueIndex::ranksOfValue(std::size_t number) const noexcept {
-  auto const ranks = std::span{ranks_};
-  if (ends_.empty()) return ranks.subspan(nulls_ + nans_ + number, 1);
-  std::size_t const begin = number == 0 ? nulls_ + nans_ : ends_[number - 1];
-  return ranks.subspan(begin, ends_[number] - begin);
+  auto const begin = beginOf(number);
+  return std::span{ranks_}.subspan(begin, beginOf(number + 1) - begin);
+}
+
+std::size_t ValueIndex::beginOf(std::size_t number) const noexcept {
+  if (ends_.empty()) return nulls_ + nans_ + number;
+  return number == 0 ? nulls_ + nans_ : ends_[number - 1];
 }
 
 }  // namespace casebook

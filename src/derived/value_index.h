@@ -17,21 +17,39 @@ class DistinctValues {
  public:
   /// Values are appended in ascending order.
   void append(ValueKind kind, u64 key);
-  void append(Variant const& text) { texts_.push_back(text); }
-  void makeZeroNegative() noexcept { negativeZero_ = true; }
+  void append(Variant const& value);
+  /// The values at these places, whose texts are moved.
+  void append(DistinctValues&& from, std::size_t begin, std::size_t end);
+  void setZeroNegative(bool negative) noexcept { negativeZero_ = negative; }
   /// Room for so many texts and no more.
   void reserveTexts(std::size_t count) { texts_.reserve(count); }
   void clear() noexcept;
-  /// Gives the values away, in no more memory than they need, and keeps its own.
-  [[nodiscard]] DistinctValues take();
+  /// Takes all values out of others, which keep their memory; takes no more memory than they need.
+  void takeFrom(DistinctValues& others);
 
   [[nodiscard]] std::size_t size() const noexcept { return keys_.size() + texts_.size(); }
-  /// The number of values below this one of those that are held.
+  /// The place of a value that is held.
   [[nodiscard]] std::optional<std::size_t> find(Variant const& value) const noexcept;
+  /// The place of the first value that is not below this one.
+  [[nodiscard]] std::size_t placeOf(Variant const& value) const noexcept;
+  /// The same where it is at `from` or behind, and probably near; values before `from` may have been moved.
+  [[nodiscard]] std::size_t placeOf(Variant const& value, std::size_t from) const noexcept;
+  /// The places of the values of one kind.
+  [[nodiscard]] std::pair<std::size_t, std::size_t> ofKind(ValueKind kind) const noexcept;
+  [[nodiscard]] Variant at(std::size_t place) const noexcept;
+  /// Whether the value at this place is that one.
+  [[nodiscard]] bool holds(Variant const& value, std::size_t place) const noexcept {
+    return place < size() && compareValues(at(place), value) == 0;
+  }
+  /// The zero that stands for both.
+  [[nodiscard]] Variant zero() const noexcept { return negativeZero_ ? -0.0 : 0.0; }
   [[nodiscard]] std::vector<Variant> all() const;
 
  private:
   [[nodiscard]] Variant number(u64 key) const noexcept;
+  /// Among the places of the value's kind.
+  [[nodiscard]] std::size_t placeIn(std::size_t begin, std::size_t end, Variant const& value) const noexcept;
+  [[nodiscard]] bool isBelow(std::size_t place, Variant const& value) const noexcept;
 
   std::vector<u64> keys_;  // of whole numbers, then of numbers
   std::size_t wholes_ = 0;
@@ -39,9 +57,9 @@ class DistinctValues {
   bool negativeZero_ = false;
 };
 
-/// Each value of a column and the case identifiers of the rows that hold it, as they were when it was made: it looks
-/// into no column. Empty until it is assigned to. A cell of a column of distinct numbers takes 12 bytes, one of few
-/// values 4, beside the identifiers that all indices of a table share.
+/// Each value of a column and the case identifiers of the rows that hold it: it looks into no column. Empty until it is
+/// assigned to. A cell of a column of distinct numbers takes 12 bytes, one of few values 4, beside the identifiers that
+/// all indices of a table share.
 class ValueIndex {
  public:
   /// What an index is made of: for each value the ranks of its cases, ascending and distinct.
@@ -50,23 +68,34 @@ class ValueIndex {
     std::vector<std::uint32_t> ranks;  ///< of the nulls, of the NaNs, then of each value
     std::size_t nulls = 0;
     std::size_t nans = 0;
-    std::vector<std::uint32_t> ends;  ///< where the ranks of each value end
+    std::vector<std::uint32_t> ends;  ///< where the ranks of each value end; none when each has one
 
     void clear() noexcept;
   };
 
-  ValueIndex() = default;
-  /// Takes the values out of the runs.
-  ValueIndex(Runs& runs, CaseOrder::CaseIds caseIds);
+  /// Takes the runs in, and their values out of them.
+  void assign(Runs& runs, CaseOrder::CaseIds caseIds);
 
   [[nodiscard]] DistinctValues const& values() const noexcept { return values_; }
+  /// For one who takes the values out before `assign`.
+  [[nodiscard]] DistinctValues& values() noexcept { return values_; }
   [[nodiscard]] std::set<u64> caseIds(Variant const& value) const;
   [[nodiscard]] u64 count(Variant const& value) const noexcept { return ranksOf(value).size(); }
 
- private:
+  void setZeroNegative(bool negative) noexcept { values_.setZeroNegative(negative); }
+  [[nodiscard]] std::size_t cells() const noexcept { return ranks_.size(); }
+  [[nodiscard]] std::size_t cellsOf(ValueKind kind) const noexcept;
+  [[nodiscard]] std::span<std::uint32_t const> allRanks() const noexcept { return ranks_; }
+  /// By rank.
+  [[nodiscard]] CaseOrder::CaseIds const& allCaseIds() const noexcept { return caseIds_; }
   [[nodiscard]] std::span<std::uint32_t const> ranksOf(Variant const& value) const noexcept;
   [[nodiscard]] std::span<std::uint32_t const> ranksOfValue(std::size_t number) const noexcept;
+  /// Where the ranks of all values below this one end.
+  [[nodiscard]] std::size_t beginOf(std::size_t number) const noexcept;
+  /// Every value has one case, and `Runs::ends` need not be told.
+  [[nodiscard]] bool hasOneCaseEach() const noexcept { return ends_.empty(); }
 
+ private:
   DistinctValues values_;
   std::vector<std::uint32_t> ranks_;
   std::size_t nulls_ = 0;
@@ -74,5 +103,8 @@ class ValueIndex {
   std::vector<std::uint32_t> ends_;  // empty when every value has one case
   CaseOrder::CaseIds caseIds_;
 };
+
+/// Whether the zero that the first row with one holds is -0.0.
+[[nodiscard]] bool firstZeroIsNegative(std::vector<Variant> const& column) noexcept;
 
 }  // namespace casebook

@@ -2,6 +2,7 @@
 
 #include <casebook/variant.h>
 
+#include <compare>
 #include <cstdint>
 
 namespace casebook {
@@ -43,6 +44,20 @@ inline ValueKey keyOf(Variant const& value) noexcept {
     case Variant::String: return {ValueKind::Text, 0};
   }
   return {ValueKind::Null, 0};
+}
+
+/// Whether it is a null or a NaN, which are no distinct values.
+inline bool isMissing(Variant const& value) noexcept {
+  auto const kind = keyOf(value).kind;
+  return kind == ValueKind::Null || kind == ValueKind::NotANumber;
+}
+
+/// The order of Variant, found without a call unless both are texts.
+inline std::weak_ordering compareValues(Variant const& a, Variant const& b) noexcept {
+  auto const first = keyOf(a);
+  auto const second = keyOf(b);
+  if (first.kind != second.kind) return first.kind <=> second.kind;
+  return first.kind == ValueKind::Text ? a <=> b : std::weak_ordering{first.key <=> second.key};
 }
 
 }  // namespace casebook

@@ -1,31 +1,40 @@
 #pragma once
 
 #include "derived/index_builder.h"
+#include "derived/kept_index.h"
+#include "derived/tool_pool.h"
 #include "store/store.h"
 
 #include <boost/unordered_map.hpp>
 
 #include <memory>
+#include <optional>
 
 namespace casebook {
 
 /// What the cells of each variable were when they were last looked at: the distinct values, and the cases that hold
 /// each value.
 ///
-/// 1. Answers describe the last `recompute`, or the first question since the last `clear` where it left no entry. A
-///    write to a cell changes none of them.
-/// 2. Distinct values and cases are two entries: what is asked first at different times was seen at different times.
+/// 1. Answers describe the last `recompute`, or the first question since the last `expire` where there was no
+///    `recompute` since. A write to a cell changes none of them.
+/// 2. After `expire` distinct values and cases are two entries: what is asked first at different times was seen at
+///    different times.
 /// 3. An entry answers for its variable even when that is gone; without one, an unknown variable throws
 ///    ("Attempted to look up unknown data entity", true).
+///
+/// The indices that `recompute` keeps up to date outlast `expire`, which only takes the word from them.
 class VariableStatistics {
  public:
   /// The store is borrowed.
   explicit VariableStatistics(Store const& store) : store_{store} {}
 
+  void expire() noexcept;
+  /// The same, and gives back the memory.
   void clear() noexcept;
 
-  /// Renews all entries, of large tables on several threads. What fails for one variable passes when the others are
-  /// done, the first such error; its entry stays and is empty.
+  /// Brings all entries up to date: where few cells were touched since the last time, at a cost that depends on these
+  /// alone; other columns are indexed anew, of large tables on several threads. What fails for one variable passes
+  /// when the others are done, the first such error; then it is as after `clear`.
   void recompute();
 
   /// Ascending, without null and NaN.
@@ -34,21 +43,47 @@ class VariableStatistics {
   /// The number of those case identifiers.
   [[nodiscard]] u64 valueCount(u64 variable, Variant const& value);
 
+  /// As numberRange tells it of the column as it stands.
+  [[nodiscard]] std::pair<double, double> range(DataVariable const& variable);
+
  private:
-  /// Each is null until it is asked for. After `recompute` the values are those in the index.
+  /// Each is null until it is asked for.
   struct Entry {
     std::shared_ptr<ValueIndex const> index;
     std::shared_ptr<DistinctValues const> values;
   };
+  /// What is to be done with the index of a column.
+  struct Renewal {
+    DataVariable const* variable;
+    KeptIndex* kept;
+    bool fold;  ///< else indexed anew
+  };
 
+  using Written = std::span<TouchedColumn::Cell const>;
+
+  [[nodiscard]] bool followRows();
+  void dropGone();
+  void follow(DataVariable const& variable, u64 firstNewRow);
+  void followCells(DataVariable const& variable, Written written, KeptIndex& kept, u64 firstNewRow);
+  void renewAll();
+  void renew();
+  void renew(Renewal const& renewal);
+
+  [[nodiscard]] KeptIndex* keptOf(u64 variable) noexcept;
   [[nodiscard]] Entry& entryOf(u64 variable);
   [[nodiscard]] ValueIndex const& indexOf(u64 variable);
   [[nodiscard]] ValueIndex built(u64 variable) const;
-  ValueIndex& enterEmpty(u64 variable);
 
   Store const& store_;
   boost::unordered_map<u64, Entry> entries_;
-  IndexBuilder builder_;  // of small tables
+  boost::unordered_map<u64, KeptIndex> kept_;
+  std::optional<CaseOrder> order_;  // of all that is kept
+  u64 recomputedAt_ = 0;            // in the time of the touched cells
+  bool keptAnswer_ = false;         // no `expire` since
+  std::vector<Renewal> renewals_;
+  std::vector<TouchedColumn::Cell const*> firstWrites_;
+  ToolPool<IndexBuilder> builders_;
+  ToolPool<IndexFolder> folders_;
 };
 
 }  // namespace casebook

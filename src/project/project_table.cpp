@@ -4,7 +4,6 @@
 #include <casebook/record.h>
 #include <casebook/variable.h>
 
-#include "derived/number_range.h"
 #include "project/components.h"
 #include "project/lists.h"
 #include "store/property.h"
@@ -125,7 +124,7 @@ u64 Project::variableNumNullValues(u64 variable) const {
   return variableValueCount(variable, Variant::nan()) + variableValueCount(variable, Variant{});
 }
 std::pair<double, double> Project::variableRange(u64 variable) {
-  return numberRange(components_->store.variables.at(variable));
+  return components_->statistics.range(components_->store.variables.at(variable));
 }
 
 void Project::eraseRecord(u64 record) { components_->deletion.request<DataRecord>(record); }

@@ -58,7 +58,7 @@ void TransactionEnd::endOnce(FirstError& error) {
   auto const done = setAside();
   completed = completed && error.guard([&] { emitTransactionSignals(done, error); });
   if (completed) return;
-  clearDerived();
+  expireDerived();
   error.guard([&] { handOut(); });
 }
 
@@ -73,7 +73,7 @@ void TransactionEnd::emitTransactionSignals(ChangeLog const& done, FirstError& e
   bool const anyChange = reportsAnything(record);
   bool const removals = done.hasRemovals();
   if (removals) {
-    clearDerived();
+    expireDerived();
     auto removed = done.removals();
     signals_.emitChange(removed);
     record.removed = std::move(removed.removed);
@@ -81,10 +81,10 @@ void TransactionEnd::emitTransactionSignals(ChangeLog const& done, FirstError& e
   simplifyTransactionRecord(record);
   handOut();
   if (!anyChange) return;
-  if (!removals) clearDerived();
+  if (!removals) expireDerived();
   // From here on nothing that fails takes away what was kept before. What could not be kept is worked out when it is
   // asked for.
-  if (!error.guard([this] { refreshStatistics(); })) statistics_.clear();
+  error.guard([this] { refreshStatistics(); });
   error.guard([&] { signals_.emitChange(record); });
 }
 
@@ -103,9 +103,9 @@ void TransactionEnd::handOut() {
   error.rethrow();
 }
 
-void TransactionEnd::clearDerived() noexcept {
-  caseIndex_.clear();
-  statistics_.clear();
+void TransactionEnd::expireDerived() noexcept {
+  caseIndex_.expire();
+  statistics_.expire();
 }
 
 }  // namespace casebook

@@ -59,7 +59,7 @@ class TransactionEnd {
   void emitTransactionSignals(ChangeLog const& done, FirstError& error);
   void handOut();
 
-  void clearDerived() noexcept;
+  void expireDerived() noexcept;
 
   Store& store_;
   ChangeLog& log_;

@@ -58,6 +58,9 @@ class EntityMap {
   [[nodiscard]] auto all() const noexcept { return std::views::values(entities_); }
 
   /// The entities whose UIDs are higher than `uid`, which need not be held.
+  [[nodiscard]] auto after(u64 uid) const noexcept {
+    return std::views::values(std::ranges::subrange{entities_.upper_bound(uid), entities_.end()});
+  }
   [[nodiscard]] auto after(u64 uid) noexcept {
     return std::views::values(std::ranges::subrange{entities_.upper_bound(uid), entities_.end()});
   }

@@ -1,5 +1,6 @@
 #include "support/allocations.h"
 #include "support/random_edits.h"
+#include "support/recount.h"
 
 #include <gtest/gtest.h>
 
@@ -18,35 +19,13 @@ using test::CurrentProject;
 using test::refusalOf;
 using test::transact;
 
-using Cases = std::map<Variant, std::set<u64>>;
+using test::Cases;
+using test::exactly;
+using test::recount;
+using test::uniqueIn;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
-
-std::vector<std::string> exactly(std::vector<Variant> const& values) {
-  std::vector<std::string> texts;
-  for (auto const& value : values) texts.push_back(exactly(value));
-  return texts;
-}
-
-/// The cases of each value as the table stands; of equal values the first row's is the key.
-Cases recount(Project& project, u64 variable) {
-  Cases cases;
-  Variable const column{variable, NoLockRequired{}};
-  Variable const ids{project.getCaseIDColumn().id(), NoLockRequired{}};
-  for (auto const uid : project.records()) {
-    Record const record{uid.id(), NoLockRequired{}};
-    cases[project.value(column, record)].insert(project.value(ids, record).longValue());
-  }
-  return cases;
-}
-
-std::vector<Variant> uniqueIn(Cases const& cases) {
-  std::vector<Variant> values;
-  for (auto const& [value, held] : cases)
-    if (value != Variant{} && value != Variant::nan()) values.push_back(value);
-  return values;
-}
 
 void expectUnique(Project& project, u64 variable, Cases const& cases) {
   RC_ASSERT(exactly(project.variableUniqueValues(variable)) == exactly(uniqueIn(cases)));
@@ -164,7 +143,9 @@ struct Table {
   std::uint32_t ids_ = 0;
 };
 
-bool isSame(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+bool isSame(double a, double b) {
+  return (a == b && std::signbit(a) == std::signbit(b)) || (std::isnan(a) && std::isnan(b));
+}
 
 TEST(Statistics, OfTheLastEndStandAlsoWhenASlotThrewAtIt) {
   Table table{VariableDataType{2}, {5.0}};
@@ -193,6 +174,8 @@ TEST(Statistics, TheRangeIsThatOfTheNumbers) {
            {"empty", Variant::FloatingPoint, {}, {nan, nan}},
            {"texts and missing ones do not count", Variant::FloatingPoint, {{}, "9", whole(7), Variant::nan()}, {7, 7}},
            {"nothing but missing ones", Variant::FloatingPoint, {{}, Variant::nan()}, {nan, nan}},
+           {"of zeros the first", Variant::FloatingPoint, {-0.0, whole(0), 0.0, 5.0}, {-0.0, 5}},
+           {"of zeros the first, a whole one", Variant::FloatingPoint, {-1.0, whole(0), -0.0}, {-1, 0.0}},
            {"infinities", Variant::FloatingPoint, {inf, -inf}, {-inf, inf}},
            {"only infinity", Variant::FloatingPoint, {inf}, {most, inf}},
            {"nulls are 0 among whole numbers", Variant::UnsignedInteger, {whole(5), {}, whole(9)}, {0, 9}},

@@ -93,6 +93,11 @@ TEST_F(Table, FindsRecordsByIdentifierAsOfTheLastEnd) {
   EXPECT_EQ(project_->recordById(13).id(), first);
   EXPECT_FALSE(project_->recordById(2));
   project_->startTransaction(0);
+  project_->setDescription("which identifiers do not depend on");
+  project_->endTransaction(0);
+  project_->startTransaction(0);
+  setValue(1, addRecord(), integer(15));
+  EXPECT_TRUE(project_->recordById(15)) << "nobody has asked since the end";
 }
 
 TEST_F(Table, PropertiesAreAssignedAndNothingElse) {

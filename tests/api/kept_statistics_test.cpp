@@ -1,0 +1,191 @@
+// Statistics that follow edits, beside those of the table counted again after each transaction.
+
+#include "support/random_edits.h"
+#include "support/recount.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace casebook {
+namespace {
+
+using test::BlockStore;
+using test::CurrentProject;
+using test::someValue;
+using test::transact;
+using Random = std::mt19937_64;
+
+/// As the columns of the two types of numbers are told to be read.
+std::pair<double, double> rangeOf(std::vector<Variant> const& cells, VariableDataType type) {
+  double least = std::numeric_limits<double>::max();
+  double most = -least;
+  for (auto const& cell : cells) {
+    bool const whole = type == Variant::UnsignedInteger;
+    double const number = whole ? static_cast<double>(cell.longValue()) : cell.doubleValue();
+    if (number < least) least = number;
+    if (number > most) most = number;
+  }
+  bool const none = least == std::numeric_limits<double>::max() && most == -least;
+  return none ? std::pair{std::nan(""), std::nan("")} : std::pair{least, most};
+}
+
+std::string exactly(std::pair<double, double> range) {
+  auto const text = [](double number) { return std::isnan(number) ? "none" : casebook::exactly(Variant{number}); };
+  return text(range.first) + ".." + text(range.second);
+}
+
+void expectCounted(Project& p, u64 variable) {
+  auto cases = test::recount(p, variable);
+  EXPECT_EQ(test::exactly(p.variableUniqueValues(variable)), test::exactly(test::uniqueIn(cases)));
+  for (Variant const& absent : {Variant{}, Variant::nan(), Variant{1234.5}, Variant{"absent"}}) cases[absent];
+  for (auto const& [value, held] : cases) {
+    ASSERT_EQ(p.variableValueCount(variable, value), held.size()) << value.toString();
+    ASSERT_EQ(p.variableCaseIDs(variable, value), held) << value.toString();
+  }
+  auto const type = p.variableDataType(variable);
+  if (type == Variant::String) return;
+  EXPECT_EQ(exactly(p.variableRange(variable)), exactly(rangeOf(test::cellsOf(p, variable), type)));
+}
+
+/// A table of columns of all types, few values and many, and edits of it.
+class Study {
+ public:
+  explicit Study(u64 seed) : random_{seed}, calm_{seed % 2 == 0} {
+    transact(*project_, [&](Project& p) {
+      for (auto const type : {Variant::FloatingPoint, Variant::UnsignedInteger, Variant::String})
+        p.addVariable("a", {}, type, type == Variant::String ? Variant{""} : Variant{});
+      p.addVariable("d", {}, Variant::FloatingPoint, 0.0);
+      p.addCalcVariable("c", {}, "-d");
+      p.addCalcVariable("e", {}, "coalesce(a, c)");
+      for (u64 left = random_() % 600; left > 0; --left) p.addRecord();
+    });
+  }
+
+  void edit() {
+    auto const choice = random_() % 8;
+    if (choice == 0) return (this->*appending[random_() % std::size(appending)])();
+    if (choice == 1 && !calm_) return (this->*moving[random_() % std::size(moving)])();
+    transact(*project_, [&](Project& p) {
+      auto const variable = random_() % 2 == 0 ? busy : anyOf(p.variables());
+      for (auto left = choice < 4 ? 1 : random_() % 40; left > 0; --left) write(variable);
+    });
+  }
+
+  void expectAllCounted() {
+    for (auto const variable : project_->variables()) expectCounted(*project_, variable.id());
+    std::map<u64, u64> records;
+    auto const ids = test::cellsOf(*project_, 1);
+    auto const all = project_->records();
+    for (std::size_t row = 0; row < ids.size(); ++row) records.emplace(ids[row].longValue(), all[row].id());
+    for (auto const& [id, record] : records) ASSERT_EQ(project_->recordById(id).id(), record);
+  }
+
+ private:
+  static constexpr u64 busy = 5;  // "d"
+
+  template <class Handle>
+  u64 anyOf(std::vector<WeakPtr<Handle>> const& all) {
+    return all.empty() ? 0 : all[random_() % all.size()].id();
+  }
+
+  Variant valueFor(u64 variable) {
+    auto const type = project_->variableDataType(variable);
+    if (type == Variant::UnsignedInteger && random_() % 20 == 0) return {0, Variant::UnsignedInteger};
+    if (type == Variant::FloatingPoint && random_() % 2 == 0) return static_cast<double>(random_() % 1000) / 8;
+    bool const missing = type != Variant::String && random_() % 4 == 0;
+    return someValue(missing ? Variant::Null : type, static_cast<std::uint32_t>(random_() % 40));
+  }
+
+  void write(u64 variable) {
+    if (project_->empty() || project_->variableIsCaseID(variable)) return;
+    project_->setValue({variable, NoLockRequired{}}, {anyOf(project_->records()), NoLockRequired{}},
+                       valueFor(variable));
+  }
+  void writeColumn() {
+    transact(*project_, [&](Project& p) {
+      auto const variable = anyOf(p.variables());
+      for (std::size_t left = p.records().size(); left > 0; --left) write(variable);
+    });
+  }
+  /// Whatever the types.
+  void writeRow() {
+    transact(*project_, [&](Project& p) {
+      if (p.empty()) return;
+      auto const record = anyOf(p.records());
+      auto row = p.getRow(record);
+      for (auto& cell : std::span{row}.subspan(1)) cell = random_() % 3 == 0 ? valueFor(anyOf(p.variables())) : cell;
+      p.setRow(record, row);
+    });
+  }
+  void append() {
+    transact(*project_, [&](Project& p) {
+      for (auto left = 1 + random_() % 4; left > 0; --left) p.addRecord();
+      write(anyOf(p.variables()));
+    });
+  }
+  void appendMany() {
+    transact(*project_, [&](Project& p) {
+      for (auto left = random_() % 200; left > 0; --left) p.addRecord();
+    });
+  }
+  void addColumn() {
+    if (project_->variables().size() > 9) return;
+    transact(*project_, [&](Project& p) { p.addVariable("x", {}, Variant::FloatingPoint, -0.0); });
+  }
+  void erase() {
+    transact(*project_, [&](Project& p) {
+      if (!p.empty()) p.eraseRecord(anyOf(p.records()));
+      auto const variable = anyOf(p.variables());
+      if (variable > 6 && random_() % 4 == 0) p.eraseVariable(variable);
+    });
+  }
+  /// Perhaps one that another record has.
+  void writeCaseId() {
+    if (project_->empty()) return;
+    transact(*project_, [&](Project& p) {
+      auto const id = static_cast<std::uint32_t>(random_() % (2 * p.records().size()));
+      p.setValue({1, NoLockRequired{}}, {anyOf(p.records()), NoLockRequired{}}, {id, Variant::UnsignedInteger});
+    });
+  }
+  /// Distinct again, ascending or not.
+  void renumber() {
+    transact(*project_, [&](Project& p) {
+      auto const records = p.records();
+      bool const down = random_() % 2 == 0;
+      for (std::uint32_t row = 0; row < records.size(); ++row)
+        p.setValue({1, NoLockRequired{}}, {records[row].id(), NoLockRequired{}},
+                   {down ? 5000 - row : row + 1, Variant::UnsignedInteger});
+    });
+  }
+  void undo() {
+    if (blocks_.blocks.size() > 1) test::undo(*project_, blocks_.blocks.back());
+  }
+
+  static constexpr void (Study::* appending[])() = {&Study::append, &Study::writeRow, &Study::addColumn};
+  static constexpr void (Study::* moving[])() = {&Study::writeColumn, &Study::erase,    &Study::writeCaseId,
+                                                 &Study::appendMany,  &Study::renumber, &Study::undo};
+  Random random_;
+  bool calm_;  // everything is followed
+  CurrentProject const project_;
+  BlockStore blocks_{*project_};
+  ScopedConnection writing_ = project_->connectProjectJournal([this](auto&) {
+    if (random_() % 16 == 0) write(busy);
+  });
+};
+
+TEST(KeptStatistics, AreThoseOfTheTableCountedAgainAfterEachTransaction) {
+  for (u64 seed = 1; seed <= 12; ++seed) {
+    Study study{seed};
+    for (int transaction = 0; transaction < 100; ++transaction) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + ", transaction " + std::to_string(transaction));
+      study.edit();
+      study.expectAllCounted();
+      if (testing::Test::HasFailure()) return;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace casebook
