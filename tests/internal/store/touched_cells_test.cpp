@@ -107,7 +107,7 @@ class Edits {
 
 TEST(TouchedCells, TellWhatReadersHaveMissed) {
   Random random{20'240'229};
-  Components parts{[](u64, std::string const&) {}};
+  Components parts{[](u64, std::string const&) {}, Merge::Makers{}};
   for (int i = 0; i < 600; ++i) parts.table.addRecord();
   parts.table.addVariable({});
   parts.store.touched.settle(parts.store.variables);
