@@ -1,20 +1,126 @@
-#include <benchmark/benchmark.h>
+// Runs the workloads and tells what they took, as a table and as a line of JSON a figure.
 
+#include "runner.h"
 #include "workloads.h"
 
-int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  // Memory first, before others leave holes in the heap.
-  casebook::bench::registerMemory();
-  casebook::bench::registerSetValue();
-  casebook::bench::registerOneCellTransaction();
-  casebook::bench::registerAddRecord();
-  casebook::bench::registerUndo();
-  casebook::bench::registerTags();
-  casebook::bench::registerOpenFile();
-  casebook::bench::registerExpressions();
-  casebook::bench::registerStatistics();
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <cstdio>
+
+namespace casebook::bench {
+
+namespace {
+
+struct Options {
+  std::vector<std::string> work;
+  std::vector<u64> records;
+  std::size_t rounds = 3;
+  bool quick = false;
+  bool json = false;
+};
+
+std::vector<Workload> allWorkloads() {
+  std::vector<Workload> all;
+  for (auto const& some : {merges()}) all.insert(all.end(), some.begin(), some.end());
+  return all;
 }
+
+std::string number(double value) {
+  return value < 10 ? fmt::format("{:.2f}", value) : fmt::format("{:.{}f}", value, value < 100 ? 1 : 0);
+}
+
+std::string cell(Result const& result) {
+  return fmt::format("{} ({}x)", number(result.median()), result.ratio ? number(*result.ratio) : "-");
+}
+
+/// The names of what was measured, each with its unit, in the order in which they came.
+std::vector<std::pair<std::string, std::string>> measuresOf(Outcome const& outcome) {
+  std::vector<std::pair<std::string, std::string>> measures;
+  for (auto const& result : outcome.results)
+    if (std::pair const measure{result.measure, result.unit}; std::ranges::find(measures, measure) == measures.end())
+      measures.push_back(measure);
+  return measures;
+}
+
+void printTable(std::FILE* to, Workload const& workload, u64 records, Outcome const& outcome) {
+  fmt::print(to, "\n{}, {} records: {}\n", workload.name, records, workload.title);
+  for (auto const& [measure, unit] : measuresOf(outcome)) {
+    fmt::print(to, "  {}, {}\n", measure, unit);
+    for (auto const& result : outcome.results)
+      if (result.measure == measure) fmt::print(to, "    {:<28} {:>24}\n", result.peer, cell(result));
+  }
+  for (auto const& contestant : workload.contestants)
+    if (!contestant.lacks.empty()) fmt::print(to, "  {}: {}\n", contestant.name, contestant.lacks);
+  for (auto const& failure : outcome.failures) fmt::print(to, "  FAILED: {}\n", failure);
+  std::fflush(to);
+}
+
+std::string const& lacksOf(Workload const& workload, std::string const& peer) {
+  return std::ranges::find(workload.contestants, peer, &Contestant::name)->lacks;
+}
+
+void printJson(Workload const& workload, u64 records, Outcome const& outcome) {
+  for (auto const& result : outcome.results) {
+    nlohmann::ordered_json line{{"work", workload.name},     {"title", workload.title},
+                                {"records", records},        {"peer", result.peer},
+                                {"measure", result.measure}, {"unit", result.unit},
+                                {"median", result.median()}, {"rounds", result.rounds},
+                                {"ratio", nullptr},          {"lacks", lacksOf(workload, result.peer)}};
+    if (result.ratio) line["ratio"] = *result.ratio;
+    fmt::print("{}\n", line.dump());
+  }
+  std::fflush(stdout);
+}
+
+bool isWanted(Workload const& workload, Options const& options) {
+  return options.work.empty() || std::ranges::find(options.work, workload.name) != options.work.end();
+}
+
+std::vector<u64> sizesOf(Workload const& workload, Options const& options) {
+  if (!options.records.empty()) return options.records;
+  auto sizes = workload.sizes;
+  if (options.quick) sizes.assign(1, 10'000);
+  return sizes;
+}
+
+/// False when any peer failed.
+bool runAll(Options const& options) {
+  bool good = true;
+  for (auto const& workload : allWorkloads()) {
+    if (!isWanted(workload, options)) continue;
+    for (u64 const records : sizesOf(workload, options)) {
+      auto const outcome = run(workload, records, options.rounds);
+      printTable(options.json ? stderr : stdout, workload, records, outcome);
+      if (outcome.failures.empty() && options.json) printJson(workload, records, outcome);
+      good = good && outcome.failures.empty();
+    }
+  }
+  return good;
+}
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a peer that ended is told of by what it does not answer
+  std::vector<std::string> names;
+  for (auto const& workload : allWorkloads()) names.push_back(workload.name);
+  Options options;
+  CLI::App program{"Runs the library beside its peers, and prints medians and their ratios to the library's."};
+  program.add_option("--work", options.work, "Run the named workload alone; may be given again")
+      ->check(CLI::IsMember(names));
+  program.add_option("--records", options.records, "Run at this number of records; may be given again")
+      ->check(CLI::Range(100, 10'000'000));
+  program.add_option("--rounds", options.rounds, "Rounds that count, after one that warms up")
+      ->check(CLI::Range(1, 99));
+  program.add_flag("--quick", options.quick, "10,000 records and no more");
+  program.add_flag("--json", options.json, "A line of JSON a figure; the table goes to standard error");
+  CLI11_PARSE(program, argc, argv);
+  return runAll(options) ? 0 : 1;
+}
+
+}  // namespace
+
+}  // namespace casebook::bench
+
+int main(int argc, char** argv) { return casebook::bench::main(argc, argv); }

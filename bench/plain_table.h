@@ -1,87 +1,143 @@
 #pragma once
 
-#include "table.h"
+#include "study.h"
 
-#include <benchmark/benchmark.h>
 #include <zlib.h>
 
-#include <memory>
-#include <string>
-#include <variant>
+#include <cstring>
+#include <vector>
 
 namespace casebook::bench {
 
-/// The floor: the same cells as columns of variants that are reached by their position, and a journal of bytes. It
-/// names nothing, checks nothing and cannot fail; what a table does beyond it is Casebook's own cost.
+/// The floor: the cells in columns that are reached by their position, and a journal of bytes with a CRC behind it. It
+/// names nothing, checks nothing, tells nobody and cannot fail half-way.
+///
+///   journal = entry*
+///   entry   = column:u32 row:u32 before:value after:value | newRow:u32 row:u32
+///   value   = type:u32 (word:u64 | length:u64 bytes)
 class PlainTable {
  public:
-  using Text = std::shared_ptr<std::string const>;
-  using Value = std::variant<std::monostate, double, Text>;
+  explicit PlainTable(Sheet sheet) : cells_{std::move(sheet)} {}
 
-  static Value valueOf(Variant const& value) {
-    if (value.isNull()) return {};
-    if (value.type() == Variant::String) return std::make_shared<std::string const>(value.stringValue());
-    return value.doubleValue();
-  }
+  [[nodiscard]] Sheet const& cells() const noexcept { return cells_; }
+  [[nodiscard]] u64 rows() const noexcept { return cells_.front().size(); }
+  [[nodiscard]] u64 bytesJournalled() const noexcept { return used_; }
 
-  void connectJournal() { journalling_ = true; }
-  void connectChanges() {}
-  [[nodiscard]] u64 bytesJournalled() const noexcept { return bytesJournalled_; }
-
-  template <class Work>
-  void transaction(Work work) {
-    work();
-    if (journalling_) closeBlock();
-  }
-
-  void addColumn(Content) { columns_.emplace_back(rows_); }
-  void addRecord() {
-    for (auto& column : columns_) column.emplace_back();
-    ++rows_;
-    if (journalling_) append(rows_);
-  }
-  void lockRecords() {}
-
-  void set(std::uint32_t column, std::uint32_t row, Value const& value) {
-    auto& cell = columns_[column][row];
-    if (journalling_) journal(column, row, cell, value);
+  void set(std::size_t column, std::size_t row, Variant const& value) {
+    auto& cell = cells_[column][row];
+    log(static_cast<std::uint32_t>(column));
+    log(static_cast<std::uint32_t>(row));
+    log(cell);
+    log(value);
     cell = value;
   }
-  [[nodiscard]] Value const& value(std::uint32_t column, std::uint32_t row) const { return columns_[column][row]; }
+
+  void reserve(u64 rows) {
+    for (auto& column : cells_) column.reserve(rows);
+  }
+  /// A row of nulls but for its case identifier.
+  void addRow() {
+    log(newRow);
+    log(static_cast<std::uint32_t>(rows()));
+    for (auto& column : cells_) column.emplace_back();
+    cells_.front().back() = Variant::ofWord(rows(), Variant::UnsignedInteger);
+  }
+
+  void begin() noexcept { used_ = 0; }
+  /// Closes the journal of what was done since `begin`.
+  void commit() noexcept { crc_ = crcOfJournal(); }
+
+  /// Takes back what was done since `begin`. False when the journal is damaged.
+  bool undo() {
+    if (crc_ != crcOfJournal()) return false;
+    auto const entries = entriesOfJournal();
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+      Reader reader{&journal_[*entry]};
+      auto const column = reader.number<std::uint32_t>();
+      auto const row = reader.number<std::uint32_t>();
+      if (column != newRow) cells_[column][row] = reader.value();
+      else
+        for (auto& cells : cells_) cells.pop_back();
+    }
+    return true;
+  }
+  /// Does again what `undo` took back, which added no rows.
+  bool redo() {
+    if (crc_ != crcOfJournal()) return false;
+    for (Reader reader{journal_.data()}; reader.at() < journal_.data() + used_;) {
+      auto const column = reader.number<std::uint32_t>();
+      auto const row = reader.number<std::uint32_t>();
+      reader.skip();
+      cells_[column][row] = reader.value();
+    }
+    return true;
+  }
 
  private:
-  void append(void const* data, std::size_t size) {
-    auto const* const bytes = static_cast<unsigned char const*>(data);
-    block_.insert(block_.end(), bytes, bytes + size);
-  }
-  void append(u64 number) { append(&number, sizeof number); }
-  void append(Value const& value) {
-    append(value.index());
-    if (auto const* const number = std::get_if<double>(&value)) append(number, sizeof *number);
-    if (auto const* const text = std::get_if<Text>(&value)) append(**text);
-  }
-  void append(std::string const& text) {
-    append(text.size());
-    append(text.data(), text.size());
-  }
-  void journal(u64 column, u64 row, Value const& before, Value const& after) {
-    append(column);
-    append(row);
-    append(before);
-    append(after);
-  }
-  void closeBlock() {
-    bytesJournalled_ += block_.size();
-    auto crc = crc32_z(0, block_.data(), block_.size());
-    benchmark::DoNotOptimize(crc);
-    block_.clear();
+  static constexpr std::uint32_t newRow = ~std::uint32_t{0};
+
+  class Reader {
+   public:
+    explicit Reader(unsigned char const* at) : at_{at} {}
+
+    [[nodiscard]] unsigned char const* at() const noexcept { return at_; }
+    template <class Number>
+    Number number() noexcept {
+      Number number;
+      std::memcpy(&number, at_, sizeof number);
+      at_ += sizeof number;
+      return number;
+    }
+    Variant value() {
+      auto const type = static_cast<Variant::Type>(number<std::uint32_t>());
+      auto const word = number<u64>();
+      if (type != Variant::String) return Variant::ofWord(word, type);
+      at_ += word;
+      return Variant{std::string{reinterpret_cast<char const*>(at_ - word), word}};
+    }
+    void skip() noexcept {
+      bool const isText = number<std::uint32_t>() == Variant::String;
+      auto const word = number<u64>();
+      if (isText) at_ += word;
+    }
+
+   private:
+    unsigned char const* at_;
+  };
+
+  [[nodiscard]] std::vector<std::size_t> entriesOfJournal() const {
+    std::vector<std::size_t> entries;
+    for (Reader reader{journal_.data()}; reader.at() < journal_.data() + used_;) {
+      entries.push_back(static_cast<std::size_t>(reader.at() - journal_.data()));
+      bool const isRow = reader.number<std::uint32_t>() == newRow;
+      reader.number<std::uint32_t>();
+      if (isRow) continue;
+      reader.skip();
+      reader.skip();
+    }
+    return entries;
   }
 
-  std::vector<std::vector<Value>> columns_;
-  u64 rows_ = 0;
-  bool journalling_ = false;
-  std::vector<unsigned char> block_;
-  u64 bytesJournalled_ = 0;
+  [[nodiscard]] unsigned long crcOfJournal() const noexcept { return crc32_z(0, journal_.data(), used_); }
+
+  unsigned char* claim(std::size_t size) {
+    if (used_ + size > journal_.size()) journal_.resize(2 * (used_ + size));
+    used_ += size;
+    return &journal_[used_ - size];
+  }
+  void log(std::uint32_t number) { std::memcpy(claim(sizeof number), &number, sizeof number); }
+  void log(Variant const& value) {
+    log(std::uint32_t{value.type()});
+    bool const isText = value.type() == Variant::String;
+    u64 const word = isText ? value.stringValue().size() : value.word();
+    std::memcpy(claim(sizeof word), &word, sizeof word);
+    if (isText) std::memcpy(claim(word), value.stringValue().data(), word);
+  }
+
+  Sheet cells_;
+  std::vector<unsigned char> journal_;
+  std::size_t used_ = 0;
+  unsigned long crc_ = 0;
 };
 
 }  // namespace casebook::bench

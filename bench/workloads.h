@@ -1,21 +1,10 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
+#include "peer.h"
 
-/// Each workload registers its lines, in the file of its name.
+/// The workloads, each in the file of its name.
 namespace casebook::bench {
 
-constexpr std::array<std::uint64_t, 2> tableSizes{10'000, 100'000};
-
-void registerMemory();
-void registerSetValue();
-void registerOneCellTransaction();
-void registerAddRecord();
-void registerUndo();
-void registerTags();
-void registerOpenFile();
-void registerExpressions();
-void registerStatistics();
+[[nodiscard]] std::vector<Workload> merges();
 
 }  // namespace casebook::bench

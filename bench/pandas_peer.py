@@ -1,0 +1,187 @@
+#!/usr/bin/python3
+"""The peers that are written in Python: pandas and numexpr over the sheets that the benchmark program hands over.
+
+    pandas_peer.py <class> <folder>
+
+The folder holds the sheets in files "0", "1", ... (study.h has the format) and is removed when they are read. Rounds
+are asked for and answered as worker.h says.
+"""
+
+import ctypes
+import shutil
+import sys
+import time
+import zlib
+from pathlib import Path
+
+import numpy as np
+import pandas as pd
+
+KEYS = ["c1", "c2", "c26"]
+
+
+def read_sheet(path):
+    """A frame with a column for each of the sheet: numbers as float64, texts as categories where they repeat."""
+    raw = np.fromfile(path, dtype=np.uint8)
+    rows, columns = raw[:16].view(np.uint64).tolist()
+    first = 50 - columns
+    at, series = 16, {}
+    for number in range(columns):
+        name = "Case ID" if number + first == 0 else f"c{number + first}"
+        kind = int(raw[at : at + 8].view(np.uint64)[0])
+        at += 8
+        if kind == 0:
+            series[name] = raw[at : at + 8 * rows].view(np.float64)
+            at += 8 * rows
+        else:
+            length = int(raw[at : at + 8].view(np.uint64)[0])
+            texts = raw[at + 8 : at + 8 + length].tobytes().decode().split("\n")[:-1]
+            series[name] = np.array(texts, dtype=object)
+            at += 8 + length
+    return pd.DataFrame(series)
+
+
+def with_categories(*frames):
+    """The same frames with the columns of few texts as categories that they share."""
+    for name in frames[0].columns[26:36] if "Case ID" in frames[0] else frames[0].columns[25:35]:
+        together = pd.api.types.union_categoricals([pd.Categorical(frame[name]) for frame in frames], sort_categories=True)
+        for frame in frames:
+            frame[name] = pd.Categorical(frame[name], dtype=together.dtype)
+    return frames
+
+
+def checksum(frame):
+    """The checksum of study.h, the frame's first column being that of the case identifiers."""
+    total = 0
+    weight = 2 * np.arange(len(frame), dtype=np.uint64) + np.uint64(1)
+    for number, name in enumerate(frame.columns):
+        column = frame[name]
+        if column.dtype == np.float64:
+            values = column.to_numpy() + 0.0
+            hashes = np.where(np.isnan(values), np.uint64(1), values.view(np.uint64) + np.uint64(3))
+        else:
+            hashes = np.fromiter((zlib.crc32(text.encode()) for text in column), np.uint64, len(column)) + np.uint64(2)
+        total += int((hashes * weight).sum(dtype=np.uint64)) * (number + 1)
+    return total % 2**64
+
+
+def status(name):
+    with open("/proc/self/status", encoding="ascii") as lines:
+        return next(int(line.split()[1]) * 1024 for line in lines if line.startswith(name + ":"))
+
+
+class PeakMemory:
+    """The most that the process holds in a round, beyond what it held when this was made."""
+
+    def __init__(self):
+        self.trim = ctypes.CDLL(None).malloc_trim
+        self.trim(0)
+        self.before = status("VmRSS")
+
+    def restart(self):
+        self.trim(0)
+        Path("/proc/self/clear_refs").write_text("5", encoding="ascii")
+
+    def megabytes(self):
+        return (status("VmHWM") - self.before) / 1e6
+
+
+class Merge:
+    """Merges, keeps what was written as arrays of rows, old and new values, and undoes it from them."""
+
+    def __init__(self, table, incoming):
+        self.table, self.incoming = with_categories(table, incoming)
+        self.changes = []
+        self.rows = len(table)
+        self.memory = PeakMemory()
+
+    def overwrite(self, rows, source):
+        """Writes what differs into these rows; `source` holds their new values, row by row."""
+        for name in source.columns:
+            column = self.table[name].array
+            new = source[name].array
+            old = column[rows]
+            if column.dtype == np.float64:
+                old, new = np.asarray(old), np.asarray(new)
+                differs = (old != new) & ~(np.isnan(old) & np.isnan(new))
+            elif isinstance(column, pd.Categorical):
+                differs = old.codes != new.codes
+            else:
+                differs = np.asarray(old) != np.asarray(new)
+            where = np.flatnonzero(differs)
+            self.changes.append((name, rows[where], old[where], new[where]))
+            column[rows[where]] = new[where]
+
+    def undo(self):
+        if len(self.table) != self.rows:
+            self.table = self.table.iloc[: self.rows].copy()
+        for name, rows, old, _ in reversed(self.changes):
+            self.table[name].array[rows] = old
+        self.changes = []
+
+    def round(self, report):
+        self.memory.restart()
+        start = time.perf_counter()
+        self.merge()
+        report.milliseconds("merged and recorded", time.perf_counter() - start)
+        report.figure("peak memory", "MB", self.memory.megabytes())
+        report.check("cells", checksum(self.table))
+        start = time.perf_counter()
+        self.undo()
+        report.milliseconds("undo", time.perf_counter() - start)
+        report.check("cells undone", checksum(self.table))
+
+
+class MergeById(Merge):
+    def merge(self):
+        rows = pd.Index(self.table["Case ID"]).get_indexer(self.incoming["Case ID"])
+        known = rows >= 0
+        self.overwrite(rows[known], self.incoming if known.all() else self.incoming[known])
+
+
+class MergeByKey(Merge):
+    def merge(self):
+        table, incoming = self.table, self.incoming
+
+        def numbered(frame):
+            count = frame.groupby(KEYS, dropna=False, sort=False, observed=True).cumcount()
+            return frame[KEYS].assign(count=count)
+
+        rows = numbered(table).assign(row=np.arange(len(table)))
+        found = numbered(incoming).merge(rows, on=KEYS + ["count"], how="left")["row"].to_numpy()
+        matched = ~np.isnan(found)
+        self.overwrite(found[matched].astype(np.int64), incoming[matched])
+        rest = incoming[~matched]
+        rest.insert(0, "Case ID", np.arange(len(table) + 1, len(table) + len(rest) + 1, dtype=np.float64))
+        self.table = pd.concat([table, rest], ignore_index=True)
+
+
+class Report:
+    def figure(self, measure, unit, value):
+        print("figure", measure, unit, repr(float(value)), sep="\t")
+
+    def milliseconds(self, measure, seconds):
+        self.figure(measure, "ms", seconds * 1e3)
+
+    def check(self, name, value):
+        print("check", name, value, sep="\t")
+
+
+def main():
+    kind, folder = sys.argv[1], Path(sys.argv[2])
+    sheets = [read_sheet(path) for path in sorted(folder.iterdir())]
+    shutil.rmtree(folder)
+    peer = globals()[kind](*sheets)
+    print("ready", flush=True)
+    for line in sys.stdin:
+        if line.strip() != "round":
+            break
+        peer.round(Report())
+        print("done", flush=True)
+
+
+if __name__ == "__main__":
+    try:
+        main()
+    except Exception as error:  # told to who asks for rounds
+        print("error", repr(error).replace("\n", " "), sep="\t", flush=True)
