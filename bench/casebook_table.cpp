@@ -54,7 +54,8 @@ CasebookTable::CasebookTable() : project_{createProject()} {
 }
 
 CasebookTable::CasebookTable(Sheet const& sheet) : CasebookTable{} {
-  std::vector<StudyColumn> const columns{studyColumns().begin() + 1, studyColumns().end()};
+  std::vector<StudyColumn> const columns{studyColumns().begin() + 1,
+                                         studyColumns().begin() + static_cast<std::ptrdiff_t>(sheet.size())};
   transaction([&] {
     project_->merge({sheet.begin() + 1, sheet.end()}, descriptionsOf(columns), MergeMethod::Append, noFiles());
   });
@@ -74,12 +75,12 @@ double CasebookTable::replay(Block const& block, Journal::Direction direction, d
 std::vector<Variable> CasebookTable::variables() const { return locked(project_->variables()); }
 std::vector<Record> CasebookTable::records() const { return locked(project_->records()); }
 
-u64 CasebookTable::checksum() const {
+u64 CasebookTable::checksum(std::size_t columns) const {
   Checksum checksum;
   u64 row = 0;
   for (auto const record : project_->records()) {
     auto const cells = project_->getRow(record.id());
-    for (u64 column = 0; column < cells.size(); ++column) checksum.add(column, row, cells[column]);
+    for (u64 column = 0; column < columns; ++column) checksum.add(column, row, cells[column]);
     ++row;
   }
   return checksum.value();

@@ -23,7 +23,7 @@ class CasebookTable {
   using Block = std::vector<unsigned char>;
 
   CasebookTable();
-  /// Filled with the study's table.
+  /// Filled with the first columns of the study's table.
   explicit CasebookTable(Sheet const& sheet);
   CasebookTable(CasebookTable const&) = delete;
   CasebookTable& operator=(CasebookTable const&) = delete;
@@ -53,7 +53,8 @@ class CasebookTable {
   [[nodiscard]] std::vector<Variable> variables() const;
   [[nodiscard]] std::vector<Record> records() const;
 
-  [[nodiscard]] u64 checksum() const;
+  /// Of the first `columns`.
+  [[nodiscard]] u64 checksum(std::size_t columns = studyColumns().size()) const;
 
  private:
   std::unique_ptr<Project> const project_;

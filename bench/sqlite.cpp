@@ -103,7 +103,7 @@ u64 Database::checksum(std::string const& table) {
   auto all = prepare("SELECT * FROM " + table + " ORDER BY 1");
   Checksum checksum;
   for (u64 row = 0; all.step(); ++row)
-    for (int column = 0; column < static_cast<int>(studyColumns().size()); ++column) all.addTo(checksum, column, row);
+    for (int column = 0; column < all.columns(); ++column) all.addTo(checksum, column, row);
   return checksum.value();
 }
 

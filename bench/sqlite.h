@@ -37,6 +37,7 @@ class Statement {
     reset();
   }
 
+  [[nodiscard]] int columns() noexcept { return sqlite3_column_count(statement_.get()); }
   [[nodiscard]] double number(int column) noexcept { return sqlite3_column_double(statement_.get(), column); }
   [[nodiscard]] u64 integer(int column) noexcept {
     return static_cast<u64>(sqlite3_column_int64(statement_.get(), column));

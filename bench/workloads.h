@@ -6,5 +6,6 @@
 namespace casebook::bench {
 
 [[nodiscard]] std::vector<Workload> merges();
+[[nodiscard]] std::vector<Workload> writes();
 
 }  // namespace casebook::bench

@@ -1,0 +1,230 @@
+// A million cells written anywhere in the table in one transaction, and undone and redone by what the peer recorded.
+// The last ten of the study's columns are calculated by the library and missing in the tables of its peers.
+
+#include "calculations.h"
+#include "casebook_table.h"
+#include "plain_table.h"
+#include "sqlite.h"
+#include "stopwatch.h"
+#include "undo_stack.h"
+#include "workloads.h"
+
+#include <algorithm>
+#include <optional>
+#include <random>
+#include <stdexcept>
+
+namespace casebook::bench {
+
+namespace {
+
+struct Edit {
+  std::uint32_t column;
+  std::uint32_t row;
+  Variant value;
+};
+
+/// Ten for each record, no cell twice, in no order.
+std::vector<Edit> someEdits(u64 records) {
+  std::vector<u64> cells((enteredColumns() - 1) * records);
+  for (u64 k = 0; k < cells.size(); ++k) cells[k] = k;
+  std::ranges::shuffle(cells, std::mt19937_64{20261121});
+  cells.resize(10 * records);
+  std::vector<Edit> edits;
+  for (u64 const cell : cells) {
+    u64 const column = 1 + cell / records;
+    u64 const row = cell % records;
+    edits.push_back({static_cast<std::uint32_t>(column), static_cast<std::uint32_t>(row),
+                     cellValue(studyColumns()[column].content, column, row, 1)});
+  }
+  return edits;
+}
+
+/// A round of any peer, of which only what is asked for is reported.
+class WritePeer : public Peer {
+ public:
+  enum class Timed { Writing, Undoing };
+
+  WritePeer(u64 records, Timed timed) : edits_{someEdits(records)}, timed_{timed} {}
+
+  void round(Report& report) final {
+    Report unused;
+    write(timed_ == Timed::Writing ? report : unused);
+    report.check("cells", checksum());
+    auto& undoing = timed_ == Timed::Undoing ? report : unused;
+    undo(undoing);
+    if (timed_ == Timed::Undoing) {
+      report.check("cells undone", checksum());
+      redo(undoing);
+      report.check("cells redone", checksum());
+      undo(unused);
+    }
+    report.check("cells at last", checksum());
+  }
+
+ protected:
+  [[nodiscard]] std::vector<Edit> const& edits() const noexcept { return edits_; }
+
+  static void timed(Report& report, std::string const& measure, auto const& work) {
+    Stopwatch const watch;
+    work();
+    report.milliseconds(measure, watch.seconds());
+  }
+
+ private:
+  virtual void write(Report& report) = 0;
+  virtual void undo(Report& report) = 0;
+  virtual void redo(Report& report) = 0;
+  virtual u64 checksum() = 0;
+
+  std::vector<Edit> const edits_;
+  Timed const timed_;
+};
+
+class Casebook : public WritePeer {
+ public:
+  Casebook(u64 records, Timed timed) : WritePeer{records, timed}, table_{enteredSheet(records)} {
+    addCalculations(table_);
+    variables_ = table_.variables();
+    records_ = table_.records();
+  }
+
+ private:
+  void write(Report& report) override {
+    double written = 0;
+    double const fresh = table_.transaction([&] {
+      Stopwatch const watch;
+      for (auto const& [column, row, value] : edits()) table_->setValue(variables_[column], records_[row], value);
+      written = watch.seconds();
+    });
+    report.milliseconds("written", written);
+    report.milliseconds("recorded", table_.untilJournalled());
+    report.milliseconds("all fresh", fresh);
+    block_ = table_.block();
+  }
+  void replay(Report& report, std::string const& measure, Journal::Direction direction) {
+    double replayed = 0;
+    double const fresh = table_.replay(block_, direction, &replayed);
+    report.milliseconds(measure, replayed);
+    report.milliseconds(measure + ", all fresh", fresh);
+  }
+  void undo(Report& report) override { replay(report, "undo", Journal::Direction::Backwards); }
+  void redo(Report& report) override { replay(report, "redo", Journal::Direction::Forwards); }
+  u64 checksum() override { return table_.checksum(enteredColumns()); }
+
+  CasebookTable table_;
+  std::vector<Variable> variables_;
+  std::vector<Record> records_;
+  CasebookTable::Block block_;
+};
+
+class Sqlite : public WritePeer {
+ public:
+  Sqlite(u64 records, Timed timed) : WritePeer{records, timed} {
+    database_.execute("CREATE TABLE t(id INTEGER PRIMARY KEY, " + sqlite::columnDefinitions(enteredColumns()) + ")");
+    database_.fill("t", enteredSheet(records));
+    for (std::size_t column = 1; column < enteredColumns(); ++column)
+      updates_.push_back(database_.prepare("UPDATE t SET " + studyColumns()[column].name + " = ? WHERE id = ?"));
+  }
+
+ private:
+  void write(Report& report) override {
+    Stopwatch const watch;
+    sqlite::RecordedTransaction transaction{database_, "t"};
+    for (auto const& [column, row, value] : edits()) {
+      auto& update = updates_[column - 1];
+      update.bind(1, value);
+      update.bind(2, u64{row} + 1);
+      update.run();
+    }
+    report.milliseconds("written", watch.seconds());
+    changes_ = transaction.commit();
+    report.milliseconds("recorded", watch.seconds());
+  }
+  void undo(Report& report) override {
+    timed(report, "undo", [&] { changes_.undo(database_); });
+  }
+  void redo(Report& report) override {
+    timed(report, "redo", [&] { changes_.redo(database_); });
+  }
+  u64 checksum() override { return database_.checksum("t"); }
+
+  sqlite::Database database_;
+  std::vector<sqlite::Statement> updates_;
+  sqlite::Changeset changes_;
+};
+
+template <class Model>
+class UndoStack : public WritePeer {
+ public:
+  UndoStack(u64 records, Timed timed) : WritePeer{records, timed}, model_{enteredSheet(records)} {
+    for (auto const& [column, row, value] : edits())
+      cells_.push_back({static_cast<int>(row), static_cast<int>(column), qt::valueOf(value)});
+  }
+
+ private:
+  void write(Report& report) override {
+    Stopwatch const watch;
+    stack_.push(new qt::WriteCells<Model>{model_, cells_});
+    report.milliseconds("written", watch.seconds());
+    report.milliseconds("recorded", watch.seconds());
+  }
+  void undo(Report& report) override {
+    timed(report, "undo", [&] { stack_.undo(); });
+  }
+  void redo(Report& report) override {
+    timed(report, "redo", [&] { stack_.redo(); });
+  }
+  u64 checksum() override { return qt::checksumOf(model_, static_cast<int>(enteredColumns())); }
+
+  Model model_;
+  QUndoStack stack_;
+  std::vector<typename qt::WriteCells<Model>::Cell> cells_;
+};
+
+class Plain : public WritePeer {
+ public:
+  Plain(u64 records, Timed timed) : WritePeer{records, timed}, table_{enteredSheet(records)} {}
+
+ private:
+  void write(Report& report) override {
+    Stopwatch const watch;
+    table_.begin();
+    for (auto const& [column, row, value] : edits()) table_.set(column, row, value);
+    report.milliseconds("written", watch.seconds());
+    table_.commit();
+    report.milliseconds("recorded", watch.seconds());
+  }
+  void undo(Report& report) override {
+    timed(report, "undo", [&] { expect(table_.undo()); });
+  }
+  void redo(Report& report) override {
+    timed(report, "redo", [&] { expect(table_.redo()); });
+  }
+  u64 checksum() override { return checksumOf(table_.cells()); }
+
+  static void expect(bool good) {
+    if (!good) throw std::runtime_error{"the journal is damaged"};
+  }
+
+  PlainTable table_;
+};
+
+std::vector<Contestant> contestants(WritePeer::Timed timed) {
+  std::string const undoStackLacks = "no block to store, no statistics, no calculated columns, no checks";
+  return {contestant<Casebook>("casebook", "", timed),
+          contestant<Sqlite>("SQLite session", "no statistics, indexes or calculated columns kept up", timed),
+          contestant<UndoStack<qt::Columns>>("QUndoStack, variants", undoStackLacks, timed),
+          contestant<UndoStack<qt::Items>>("QUndoStack, item model", undoStackLacks, timed),
+          contestant<Plain>("plain", "nothing but cells and bytes of a journal: the floor", timed)};
+}
+
+}  // namespace
+
+std::vector<Workload> writes() {
+  return {{"write", "ten cells a record written anywhere in the table, in one transaction",
+           contestants(WritePeer::Timed::Writing)},
+          {"undo", "the same cells undone and redone", contestants(WritePeer::Timed::Undoing)}};
+}
+
+}  // namespace casebook::bench
