@@ -37,12 +37,16 @@ inline constexpr std::array<Calculated, 10> calculations{{
   return sheet;
 }
 
-inline void addCalculations(CasebookTable& table) {
-  table.transaction([&] {
-    for (std::size_t k = 0; k < calculations.size(); ++k)
-      table->addCalcVariable(studyColumns()[enteredColumns() + k].name, VariableNature::Unspecified,
-                             calculations[k].text);
-  });
-}
+class CalculatedTable : public CasebookTable {
+ public:
+  /// From a sheet of the entered columns.
+  explicit CalculatedTable(Sheet const& sheet) : CasebookTable{sheet} {
+    transaction([&] {
+      for (std::size_t k = 0; k < calculations.size(); ++k)
+        project().addCalcVariable(studyColumns()[enteredColumns() + k].name, VariableNature::Unspecified,
+                                  calculations[k].text);
+    });
+  }
+};
 
 }  // namespace casebook::bench

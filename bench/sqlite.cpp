@@ -110,8 +110,8 @@ u64 Database::checksum(std::string const& table) {
 std::string columnDefinitions(std::size_t count) {
   return listed([](StudyColumn const& column) { return column.name + (column.isText() ? " TEXT" : " REAL"); }, count);
 }
-std::string columnNames(std::string const& prefix) {
-  return listed([&](StudyColumn const& column) { return prefix + column.name; });
+std::string columnNames(std::size_t count) {
+  return "id, " + listed([](StudyColumn const& column) { return column.name; }, count);
 }
 std::string columnAssignments() {
   return listed([](StudyColumn const& column) { return column.name + " = excluded." + column.name; });

@@ -66,8 +66,8 @@ class Database {
 
 /// "c1 REAL, c2 REAL, ...": the study's columns but the case identifiers, up to the `count`th of all.
 [[nodiscard]] std::string columnDefinitions(std::size_t count = studyColumns().size());
-/// "c1, c2, ...", each with `prefix`.
-[[nodiscard]] std::string columnNames(std::string const& prefix = {});
+/// "id, c1, c2, ...": the first `count` columns.
+[[nodiscard]] std::string columnNames(std::size_t count);
 /// "c1 = excluded.c1, ...".
 [[nodiscard]] std::string columnAssignments();
 

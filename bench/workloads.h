@@ -5,6 +5,7 @@
 /// The workloads, each in the file of its name.
 namespace casebook::bench {
 
+[[nodiscard]] std::vector<Workload> oneCell();
 [[nodiscard]] std::vector<Workload> merges();
 [[nodiscard]] std::vector<Workload> writes();
 

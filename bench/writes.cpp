@@ -83,11 +83,7 @@ class WritePeer : public Peer {
 
 class Casebook : public WritePeer {
  public:
-  Casebook(u64 records, Timed timed) : WritePeer{records, timed}, table_{enteredSheet(records)} {
-    addCalculations(table_);
-    variables_ = table_.variables();
-    records_ = table_.records();
-  }
+  Casebook(u64 records, Timed timed) : WritePeer{records, timed}, table_{enteredSheet(records)} {}
 
  private:
   void write(Report& report) override {
@@ -112,9 +108,9 @@ class Casebook : public WritePeer {
   void redo(Report& report) override { replay(report, "redo", Journal::Direction::Forwards); }
   u64 checksum() override { return table_.checksum(enteredColumns()); }
 
-  CasebookTable table_;
-  std::vector<Variable> variables_;
-  std::vector<Record> records_;
+  CalculatedTable table_;
+  std::vector<Variable> variables_ = table_.variables();
+  std::vector<Record> records_ = table_.records();
   CasebookTable::Block block_;
 };
 
