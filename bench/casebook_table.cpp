@@ -43,7 +43,7 @@ boost::shared_ptr<AuxFileCollectionInterface const> noFiles() { return boost::ma
 
 CasebookTable::CasebookTable() : project_{createProject()} {
   projectPtr = project_.get();
-  project_->connectProjectJournal([this](Journal::TransactionWriter& writer) {
+  journal_ = project_->connectProjectJournal([this](Journal::TransactionWriter& writer) {
     auto const bytes = writer.finalize();
     block_.assign(bytes.begin(), bytes.end());
     untilJournalled_ = started_.seconds();

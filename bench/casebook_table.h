@@ -40,6 +40,7 @@ class CasebookTable {
     open.commit();
     return started_.seconds();
   }
+  void disconnectJournal() { journal_.disconnect(); }
   /// The seconds from the start of the last transaction until the host had taken its block.
   [[nodiscard]] double untilJournalled() const noexcept { return untilJournalled_; }
 
@@ -61,6 +62,7 @@ class CasebookTable {
   Stopwatch started_;
   double untilJournalled_ = 0;
   Block block_;
+  Connection journal_;
   u64 cellChangesHeard_ = 0;
 };
 

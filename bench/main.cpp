@@ -24,7 +24,8 @@ struct Options {
 
 std::vector<Workload> allWorkloads() {
   std::vector<Workload> all;
-  for (auto const& some : {oneCell(), writes(), merges()}) all.insert(all.end(), some.begin(), some.end());
+  for (auto const& some : {oneCell(), writes(), statistics(), merges()})
+    all.insert(all.end(), some.begin(), some.end());
   return all;
 }
 

@@ -16,6 +16,7 @@ from pathlib import Path
 
 import numpy as np
 import pandas as pd
+from pandas._libs.algos import ensure_platform_int, groupsort_indexer
 
 KEYS = ["c1", "c2", "c26"]
 
@@ -154,6 +155,34 @@ class MergeByKey(Merge):
         rest = incoming[~matched]
         rest.insert(0, "Case ID", np.arange(len(table) + 1, len(table) + len(rest) + 1, dtype=np.float64))
         self.table = pd.concat([table, rest], ignore_index=True)
+
+
+class Statistics:
+    """The statistics of all columns of two tables in turn."""
+
+    def __init__(self, *tables):
+        self.tables = list(tables)
+
+    def round(self, report):
+        table = self.tables[0]
+        self.tables.reverse()
+        start = time.perf_counter()
+        # Each with the rows of each value, one behind the other, and where those of a value end.
+        kept = [self.of(table[name]) for name in table.columns]
+        report.milliseconds("all columns", time.perf_counter() - start)
+        total = 0
+        for number, (values, _, ends, missing, least_and_greatest) in enumerate(kept):
+            weights = [2 * len(values) + 1, 2 * len(values) + 1, 2 * len(values) + 3]
+            for value, weight in zip((missing, *least_and_greatest), weights):
+                total += (int(np.float64(value + 0.0).view(np.uint64)) + 3) * (number + 1) * weight
+        report.check("statistics", total % 2**64)
+
+    @staticmethod
+    def of(column):
+        codes, values = pd.factorize(column)
+        order, counts = groupsort_indexer(ensure_platform_int(codes), len(values))
+        numbers = column.dtype == np.float64
+        return values, order, counts.cumsum(), counts[0], (values.min(), values.max()) if numbers else ()
 
 
 class Report:

@@ -8,5 +8,6 @@ namespace casebook::bench {
 [[nodiscard]] std::vector<Workload> oneCell();
 [[nodiscard]] std::vector<Workload> merges();
 [[nodiscard]] std::vector<Workload> writes();
+[[nodiscard]] std::vector<Workload> statistics();
 
 }  // namespace casebook::bench
