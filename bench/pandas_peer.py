@@ -14,6 +14,7 @@ import time
 import zlib
 from pathlib import Path
 
+import numexpr
 import numpy as np
 import pandas as pd
 from pandas._libs.algos import ensure_platform_int, groupsort_indexer
@@ -183,6 +184,61 @@ class Statistics:
         order, counts = groupsort_indexer(ensure_platform_int(codes), len(values))
         numbers = column.dtype == np.float64
         return values, order, counts.cumsum(), counts[0], (values.min(), values.max()) if numbers else ()
+
+
+class Memory:
+    """Tables as they are kept."""
+
+    NAMES = ("a case identifier alone", "numbers", "texts of 20 values", "texts, all different", "the study")
+
+    def __init__(self, *tables):
+        self.tables = tables
+        for table in tables:
+            for name in table.columns:
+                if table[name].dtype == object and table[name].nunique() == 20:
+                    table[name] = table[name].astype("category")
+
+    def round(self, report):
+        for name, table in zip(self.NAMES, self.tables):
+            columns = {1: 1, 11: 10, 50: 50}[table.shape[1]]
+            report.figure(name, "B/cell", table.memory_usage(index=False, deep=True).sum() / columns / len(table))
+
+
+class Expressions:
+    """The expressions of expressions.cpp in numexpr's language, the longest loop in one block, on one thread."""
+
+    TEXTS = (
+        "a + b",
+        "(a - b) / (c + 1)",
+        "d / (e / 100)**2",
+        "sqrt(a*a + b*b)",
+        "where(a > b, a - b, b - a)",
+        "where(c > d, where(c > e, c, e), where(d > e, d, e)) - where(c < d, where(c < e, c, e), where(d < e, d, e))",
+        "(a + b + c + d + e) / 5",
+        "where((c > 25) & (d < 75), 1.0, 0.0)",
+        "abs(a - e) * 100 / (e + 1)",
+        "log(d + 1)",
+    )
+    LOSING_MISSING = (4, 5, 7)
+
+    def __init__(self, sheet):
+        numexpr.set_num_threads(1)
+        self.columns = {name: sheet.iloc[:, k].to_numpy().copy() for k, name in enumerate("abcde")}
+        self.results = np.zeros((len(self.TEXTS), len(sheet)))
+
+    def round(self, report):
+        start = time.perf_counter()
+        for text, result in zip(self.TEXTS, self.results):
+            numexpr.evaluate(text, self.columns, out=result)
+        report.milliseconds("ten expressions", time.perf_counter() - start)
+        total = 0
+        for number, result in enumerate(self.results):
+            if number in self.LOSING_MISSING:
+                continue
+            whole = np.nansum(result)
+            rounded = np.round(whole / 10.0 ** (np.floor(np.log10(abs(whole))) - 8))
+            total += (int((rounded + 0.0).view(np.uint64)) + 3) * (number + 1)
+        report.check("sums", total % 2**64)
 
 
 class Report:
