@@ -49,6 +49,7 @@ std::vector<std::pair<std::string, std::string>> measuresOf(Outcome const& outco
 
 void printTable(std::FILE* to, Workload const& workload, u64 records, Outcome const& outcome) {
   fmt::print(to, "\n{}, {} records: {}\n", workload.name, records, workload.title);
+  for (auto const& failure : outcome.failures) fmt::print(to, "  FAILED: {}\n", failure);
   for (auto const& [measure, unit] : measuresOf(outcome)) {
     fmt::print(to, "  {}, {}\n", measure, unit);
     for (auto const& result : outcome.results)
@@ -56,7 +57,6 @@ void printTable(std::FILE* to, Workload const& workload, u64 records, Outcome co
   }
   for (auto const& contestant : workload.contestants)
     if (!contestant.lacks.empty()) fmt::print(to, "  {}: {}\n", contestant.name, contestant.lacks);
-  for (auto const& failure : outcome.failures) fmt::print(to, "  FAILED: {}\n", failure);
   std::fflush(to);
 }
 
@@ -96,7 +96,7 @@ bool runAll(Options const& options) {
     for (u64 const records : sizesOf(workload, options)) {
       auto const outcome = run(workload, records, options.rounds);
       printTable(options.json ? stderr : stdout, workload, records, outcome);
-      if (outcome.failures.empty() && options.json) printJson(workload, records, outcome);
+      if (options.json) printJson(workload, records, outcome);
       good = good && outcome.failures.empty();
     }
   }

@@ -2,7 +2,7 @@
 
 #include "study.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <cstring>
 #include <vector>
@@ -118,7 +118,7 @@ class PlainTable {
     return entries;
   }
 
-  [[nodiscard]] unsigned long crcOfJournal() const noexcept { return crc32_z(0, journal_.data(), used_); }
+  [[nodiscard]] std::uint32_t crcOfJournal() const noexcept { return libdeflate_crc32(0, journal_.data(), used_); }
 
   unsigned char* claim(std::size_t size) {
     if (used_ + size > journal_.size()) journal_.resize(2 * (used_ + size));
@@ -137,7 +137,7 @@ class PlainTable {
   Sheet cells_;
   std::vector<unsigned char> journal_;
   std::size_t used_ = 0;
-  unsigned long crc_ = 0;
+  std::uint32_t crc_ = 0;
 };
 
 }  // namespace casebook::bench

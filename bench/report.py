@@ -22,7 +22,9 @@ PREFACE = """\
 What the library takes for the work that it is for, beside what other programs and plain loops take for the same work.
 `scripts/bench` measures all of it anew and writes this page; `scripts/bench --work NAME --records N` runs one workload.
 
-Measured on {machine}. Every peer runs in a process of its own and is asked for a round in turn with the others: one
+Measured on {machine}.
+
+Every peer runs in a process of its own and is asked for a round in turn with the others: one
 round warms up, {rounds} count. A figure is the median of the rounds; in brackets stands the median of its ratios to the
 library's figure of the same round, so that 2x took twice as long. All peers work on the same table, made from a seed:
 50 columns, which are case identifiers, 10 columns of some 100 numbers, 15 of numbers that are nearly all different (2 in
@@ -50,6 +52,10 @@ def short(value):
         return "0"
     digits = max(0, 2 - math.floor(math.log10(abs(value))))
     return f"{round(value, digits):,.{digits}f}"
+
+
+def times(ratio):
+    return f"{ratio:.2g}x" if 0.01 <= ratio < 10 else f"{ratio:,.0f}x" if ratio >= 10 else "<0.01x"
 
 
 def unique(values):
@@ -80,7 +86,7 @@ class Work:
         figure = self.figure(peer, size, measure)
         if not figure:
             return ""
-        ratio = f" ({short(figure['ratio'])}x)" if figure["ratio"] is not None and peer != LIBRARY else ""
+        ratio = "" if figure["ratio"] is None or peer == LIBRARY else f" ({times(figure['ratio'])})"
         return short(figure["median"]) + ratio
 
     def markdown(self):
@@ -155,12 +161,14 @@ def colour_of(work, peer):
 
 
 def bars(work):
-    """A group of bars for each measure, from zero; where one is far longer than the others, it is told in figures."""
+    """A group of bars from zero for each measure in which there is something to compare."""
     drawing = Drawing(760)
     left, room, y = 190, 470, 10
     for measure, unit in work.measures:
         found = [(peer, work.median(peer, work.sizes[0], measure)) for peer in work.peers]
         found = [(peer, median) for peer, median in found if median is not None]
+        if len(found) == 1 and len(work.peers) > 1:
+            continue
         longest = max(median for _, median in found) or 1
         y += 18
         drawing.text(10, y, f"{measure}, {unit}", weight="bold")
@@ -195,7 +203,7 @@ def curves(work):
 
         for power in range(low, high + 1):
             drawing.line([(left, y_of(10.0**power)), (right, y_of(10.0**power))], "#e4e7eb")
-            drawing.text(left - 8, y_of(10.0**power) + 4, short(10.0**power), "end", colour="#57606a")
+            drawing.text(left - 8, y_of(10.0**power) + 4, f"{10.0**power:,g}", "end", colour="#57606a")
         for size in work.sizes:
             drawing.text(x_of(size), base + 16, f"{size:,}", "middle", colour="#57606a")
         label = 0.0

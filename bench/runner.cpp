@@ -41,6 +41,7 @@ class Race {
 
   [[nodiscard]] Outcome outcome() const {
     Outcome outcome{{}, failures_};
+    if (!failures_.empty()) return outcome;
     for (auto const& runner : runners_)
       for (auto result : runner.results) {
         result.ratio = ratioOf(result);

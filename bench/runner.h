@@ -21,7 +21,7 @@ struct Result {
 
 /// One workload at one size.
 struct Outcome {
-  std::vector<Result> results;
+  std::vector<Result> results;        ///< none when anything failed
   std::vector<std::string> failures;  ///< peers that stopped, and checks in which they do not agree
 };
 

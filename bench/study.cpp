@@ -1,6 +1,6 @@
 #include "study.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <bit>
 #include <fstream>
@@ -144,7 +144,7 @@ void Checksum::addNumber(u64 column, u64 row, double number) noexcept {
 }
 
 void Checksum::addText(u64 column, u64 row, std::string_view text) noexcept {
-  addHash(column, row, crc32_z(0, reinterpret_cast<unsigned char const*>(text.data()), text.size()) + 2);
+  addHash(column, row, u64{libdeflate_crc32(0, text.data(), text.size())} + 2);
 }
 
 void Checksum::add(u64 column, u64 row, Variant const& cell) noexcept {

@@ -242,7 +242,8 @@ class TagEdits : public Peer {
 
   void round(Report& report) override {
     timed(report, "attach a file", [&](Project& project) {
-      project.addAuxFile(anyRecord(), "site_1003/" + std::to_string(++added_) + "_front.png", "");
+      auto const path = "site_1003/" + std::to_string(++added_) + "_front.png";
+      files_.push_back(project.addAuxFile(anyRecord(), path, ""));
     });
     timed(report, "detach a file", [&](Project& project) {
       std::swap(files_[random_() % files_.size()], files_.back());
