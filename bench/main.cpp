@@ -56,7 +56,8 @@ void printTable(std::FILE* to, Workload const& workload, u64 records, Outcome co
       if (result.measure == measure) fmt::print(to, "    {:<28} {:>24}\n", result.peer, cell(result));
   }
   for (auto const& contestant : workload.contestants)
-    if (!contestant.lacks.empty()) fmt::print(to, "  {}: {}\n", contestant.name, contestant.lacks);
+    if (!contestant.lacks.empty() && records <= contestant.mostRecords)
+      fmt::print(to, "  {}: {}\n", contestant.name, contestant.lacks);
   std::fflush(to);
 }
 
