@@ -120,7 +120,8 @@ among texts. A column "Case Status" holds "Active" or "Inactive".)";
     app.add_option("--mode", mode_, "Merges the table into a project that may have cases")
         ->check(CLI::IsMember({"append", "by-id", "by-key"}))
         ->option_text("append|by-id|by-key");
-    addTexts(app, "--key", wishes_.keys, "Matches rows by this independent variable, or new column; can be repeated")
+    addTexts(app, "--key", wishes_.keys,
+             "Matches rows by this independent variable; where there are no cases yet, makes it one; can be repeated")
         ->option_text("NAME");
     addTexts(app, "--files", wishes_.files, "Attaches the files of this column, with its name as tag; can be repeated")
         ->option_text("NAME");

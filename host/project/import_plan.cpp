@@ -171,7 +171,8 @@ class Planner {
         });
       }
     }
-    problems.throwIfAny(R"(--rename "Case ID=NAME" brings the column in as an ordinary one.)");
+    problems.throwIfAny(wishes_.method ? "The numbers of cases are whole, without a sign or leading zeros, each once."
+                                       : R"(--rename "Case ID=NAME" brings the column in as an ordinary one.)");
   }
 
   void checkCaseStatus(PlannedColumn const& column) {
@@ -184,7 +185,7 @@ class Planner {
         });
     }
     problems.throwIfAny(R"(--rename "Case Status=NAME" brings the column in as an ordinary one.)");
-    if (table_.rows() == 0 && !column.existing)
+    if (table_.rows() == 0 && !column.existing && project_.empty())
       plan_.hints.emplace_back("\"Case Status\" comes with the first case; it is left out here.");
   }
 

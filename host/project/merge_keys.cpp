@@ -46,7 +46,10 @@ void MergeKeys::check(CsvTable const& table, std::string_view source, Project& p
       problems.add(table.header()[key->index], [&] {
         return fmt::format("{} is new to the project: no case can match by it.", inQuotes(key->name));
       });
-  problems.throwIfAny("--mode append adds every row as a new case.");
+  bool const othersMatch = std::ranges::any_of(keys_, [](auto const* key) { return bool{key->existing}; });
+  problems.throwIfAny(othersMatch ? "Without it rows match by the other keys; casebook set-nature makes it independent "
+                                    "when it is there."
+                                  : "--mode append adds every row as a new case.");
 }
 
 std::vector<std::string> MergeKeys::hints(CsvTable const& table, ImportWishes const& wishes) const {

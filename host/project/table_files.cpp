@@ -14,6 +14,11 @@
 namespace casebook::cli {
 
 TableFiles::TableFiles(Project& project, CsvTable const& table, ImportPlan const& plan) : table_{table} {
+  bool const hasFiles =
+      std::ranges::find(plan.columns, PlannedColumn::Role::Files, &PlannedColumn::role) != plan.columns.end();
+  if (!hasFiles) return;
+  for (auto const file : project.auxFiles())
+    known_.emplace(placeOf(project, file).string(), project.auxFileRawPath(file.id()));
   for (PlannedColumn const& planned : plan.columns) {
     if (planned.role != PlannedColumn::Role::Files) continue;
     checkTag(planned.name);
@@ -25,11 +30,12 @@ TableFiles::TableFiles(Project& project, CsvTable const& table, ImportPlan const
   }
 }
 
-TableFiles::Place TableFiles::place(Project& project, std::string const& path) {
+TableFiles::Place TableFiles::place(Project& project, std::string const& path) const {
   if (path.empty()) return {};
   FilePlace const place{project, path};
   std::error_code error;
-  return {place.stored(), std::filesystem::exists(place.path(), error)};
+  auto const known = known_.find(place.path().string());
+  return {known == known_.end() ? place.stored() : known->second, std::filesystem::exists(place.path(), error)};
 }
 
 std::set<std::string> TableFiles::tags() const {

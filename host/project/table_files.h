@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace casebook::cli {
@@ -14,7 +15,8 @@ namespace casebook::cli {
 /// The files of a table's rows: a column of paths has at most one for each row, and its name is their tag.
 class TableFiles : public AuxFileCollectionInterface {
  public:
-  /// Paths are understood and kept as FilePlace does. Throws Failure for a column whose name can be no tag. The table
+  /// Paths are understood and kept as FilePlace does; a file that the project has already keeps the path that it has
+  /// there. Throws Failure for a column whose name can be no tag. The table
   /// is borrowed.
   TableFiles(Project& project, CsvTable const& table, ImportPlan const& plan);
 
@@ -38,10 +40,11 @@ class TableFiles : public AuxFileCollectionInterface {
     std::vector<Place> places;
   };
 
-  [[nodiscard]] static Place place(Project& project, std::string const& path);
+  [[nodiscard]] Place place(Project& project, std::string const& path) const;
 
   CsvTable const& table_;
-  std::vector<Column> columns_;  // in the order of the table
+  std::unordered_map<std::string, std::string> known_;  // paths of files of the project, by their places
+  std::vector<Column> columns_;                         // in the order of the table
 };
 
 }  // namespace casebook::cli

@@ -73,8 +73,11 @@ void TableMerge::readColumn(Project& project, PlannedColumn const& column) {
   descriptions_.push_back({column.name, variable ? project.variableNature(variable.id()) : column.nature, column.type});
   auto& cells = cells_.emplace_back(table_.rows());
   if (column.role == Role::CaseId && method_ != MergeMethod::ByCaseId) return;  // refused, whatever it holds
-  for (std::size_t row = 0; row < cells.size(); ++row)
-    cells[row] = plan_.value(table_.cell(row, column.index).text, column.type);
+  for (std::size_t row = 0; row < cells.size(); ++row) {
+    std::string_view const text = table_.cell(row, column.index).text;
+    // A status is never missing, whatever word stands for that.
+    cells[row] = column.role == Role::CaseStatus ? Variant{std::string{text}} : plan_.value(text, column.type);
+  }
 }
 
 std::vector<std::size_t> TableMerge::rowsOfNoCase() const {
@@ -100,6 +103,7 @@ void TableMerge::merge(Project& project) {
   try {
     project.merge(prepared, files_);
   } catch (varnel::ExceptionBase const& e) {
+    if (!std::string_view{e.what()}.starts_with("Attempt to merge")) throw;
     throw refusal(e.what());
   }
   if (method_ == MergeMethod::ByCaseId) {

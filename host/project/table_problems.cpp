@@ -4,6 +4,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <span>
+
 namespace casebook::cli {
 
 void LineNumbers::add(std::size_t line) {
@@ -15,11 +18,13 @@ void LineNumbers::add(std::size_t line) {
 }
 
 std::string LineNumbers::words() const {
+  constexpr std::size_t told = 16;
   std::string words;
-  for (auto const& [first, last] : ranges_) {
+  for (auto const& [first, last] : std::span{ranges_}.first(std::min(told, ranges_.size()))) {
     words += fmt::format("{}{}", words.empty() ? "" : ", ", first);
     if (last != first) words += fmt::format("-{}", last);
   }
+  if (ranges_.size() > told) words += " and further ones";
   bool const isOne = ranges_.size() == 1 && ranges_.front().first == ranges_.front().second;
   return fmt::format("{} {}", isOne ? "line" : "lines", words);
 }

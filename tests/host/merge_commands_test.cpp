@@ -70,7 +70,7 @@ std::vector<Merge> const merges{
      "hint: 1 row without a key, the first on line 4: such rows match the cases that have none.\n",
      {"Ring", "Site"}},
     {"Case Status,Ring\nInactive,3\nActive,1\nInactive,8\n",
-     {"--mode", "by-key"},
+     {"--mode", "by-key", "--missing", "Inactive"},
      "Rows matched    2, by \"Ring\"\nCases added     1\nCells changed   1\n",
      "Case ID,Ring,Site,Mass,Case Status\n1,1,A,10,Active\n2,2,A,20,Active\n3,2,A,21,Active\n4,3,B,,Inactive\n"
      "5,8,,,Inactive\n"},
@@ -141,6 +141,15 @@ TEST(Merge, TellsOfEachColumnAndIsLogged) {
   EXPECT_EQ(log.at("transactions").at(0).at("label"), "import more.csv by-key: 2 rows, 4 columns");
 }
 
+TEST(Merge, KnowsFilesThatWereAttachedBeforeTheRootWasSet) {
+  Study study;
+  study.import("p.casebook", begun, {"--independent", "Ring"});
+  study.run({"attach", "p.casebook", "1", "photos/1.png", "--tag", "Photo"});
+  study.done({"info", "p.casebook", "--root", "."});
+  study.merge("Ring,Photo\n1,photos/1.png\n", {"--mode", "by-key", "--files", "Photo"});
+  EXPECT_EQ(nlohmann::json::parse(study.done({"files", "p.casebook", "--json"})).at("files").size(), 1U);
+}
+
 TEST(Merge, IntoAProjectWithoutCasesMakesCasesOfAllRows) {
   for (auto const* mode : {"append", "by-key"}) {
     Study study;
@@ -179,7 +188,7 @@ TEST(Merge, IsRefusedWithThePlaceAndLeavesTheFileAsItWas) {
        {"--mode", "by-id"},
        "casebook: more.csv:3:1: \"Case ID\" 1 stands on line 2 already.\n"
        "casebook: more.csv:4:1: This case has no \"Case ID\".\n"
-       "hint: --rename \"Case ID=NAME\" brings the column in as an ordinary one.\n"},
+       "hint: The numbers of cases are whole, without a sign or leading zeros, each once.\n"},
       {"Mass,Ring\n1,1\nheavy,2\n",
        {"--mode", "by-key"},
        "casebook: more.csv:3:1: \"Mass\" \"heavy\" is not a number.\n"},
@@ -190,7 +199,7 @@ TEST(Merge, IsRefusedWithThePlaceAndLeavesTheFileAsItWas) {
       {"Ring,Nr\n1,1\n",
        {"--mode", "by-key", "--key", "Nr"},
        "casebook: more.csv:1:6: \"Nr\" is new to the project: no case can match by it.\n"
-       "hint: --mode append adds every row as a new case.\n"},
+       "hint: Without it rows match by the other keys; casebook set-nature makes it independent when it is there.\n"},
       {"Ring,Mass\n1,1\n",
        {"--mode", "by-key", "--key", "Mass"},
        "casebook: --key \"Mass\": The project has this variable already, of the nature none.\n"
