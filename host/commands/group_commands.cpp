@@ -1,5 +1,4 @@
-#include "commands/command.h"
-#include "console/listing.h"
+#include "commands/list_command.h"
 #include "project/lookup.h"
 #include "project/open_project.h"
 #include "project/tags.h"
@@ -145,19 +144,12 @@ class GroupCommand : public Command {
   bool delete_ = false;
 };
 
-class GroupsCommand : public Command {
+class GroupsCommand : public ListCommand {
  public:
-  GroupsCommand() : Command{"groups", "List the groups, with their tags in order"} {}
+  GroupsCommand() : ListCommand{"groups", "List the groups, with their tags in order", "group"} {}
 
-  void declare(CLI::App& app) override {
-    addFileArgument(app, file_);
-    app.add_flag("--json", json_, "One JSON document");
-  }
-
-  ExitCode run(Console& console) override {
-    OpenProject open{file_, OpenProject::For::Reading, console};
-    Project& project = open.project();
-    Listing listing{"group", json_};
+ private:
+  void fill(Project& project, Listing& listing) const override {
     listing.table().addColumn("Group");
     listing.table().addColumn("Tags", TableView::Align::Left, TableView::Fit::Whole);
     for (auto group : project.tagGroups()) {
@@ -166,13 +158,7 @@ class GroupsCommand : public Command {
       listing.add({name, fmt::format("{}", fmt::join(tags, ", "))},
                   {{"group", jsonText(name)}, {"tags", jsonTexts(tags)}});
     }
-    listing.print(console, file_);
-    return ExitCode::Ok;
   }
-
- private:
-  std::string file_;
-  bool json_ = false;
 };
 
 }  // namespace

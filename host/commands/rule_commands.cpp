@@ -1,5 +1,4 @@
-#include "commands/command.h"
-#include "console/listing.h"
+#include "commands/list_command.h"
 #include "project/open_project.h"
 #include "project/tags.h"
 #include "text/json_text.h"
@@ -101,23 +100,16 @@ one alone, whatever rules say.)";
   bool remove_ = false;
 };
 
-class RulesCommand : public Command {
+class RulesCommand : public ListCommand {
  public:
-  RulesCommand() : Command{"rules", "List the rules that give tags to files"} {}
+  RulesCommand() : ListCommand{"rules", "List the rules that give tags to files", "rule"} {}
 
-  void declare(CLI::App& app) override {
-    addFileArgument(app, file_);
-    app.add_flag("--json", json_, "One JSON document");
-  }
-
-  ExitCode run(Console& console) override {
-    OpenProject open{file_, OpenProject::For::Reading, console};
-    Project& project = open.project();
+ private:
+  void fill(Project& project, Listing& listing) const override {
     auto const rules = project.pathRegexs();
     std::vector<std::string> patterns;
     for (auto rule : rules) patterns.push_back(project.pathRegexExpression(rule.id()));
     auto const counts = countMatches(project, patterns);
-    Listing listing{"rule", json_};
     listing.table().addColumn("Files", TableView::Align::Right);
     listing.table().addColumn("Tag");
     listing.table().addColumn("Pattern", TableView::Align::Left, TableView::Fit::Whole);
@@ -126,13 +118,7 @@ class RulesCommand : public Command {
       listing.add({fmt::format("{}", counts[i]), tag, patterns[i]},
                   {{"pattern", jsonText(patterns[i])}, {"tag", jsonText(tag)}, {"files", counts[i]}});
     }
-    listing.print(console, file_);
-    return ExitCode::Ok;
   }
-
- private:
-  std::string file_;
-  bool json_ = false;
 };
 
 }  // namespace

@@ -50,7 +50,7 @@ void Merging::lookUpColumns() {
   for (auto const& column : imported_) columns_.push_back({&store_.variables.at(column.variable), column.values});
 }
 
-void Merging::append(Merge::AuxFileCollection const& auxFiles) {
+void Merging::append(Merge::AuxFileCollection auxFiles) {
   Rows rows(rowCount());
   std::iota(rows.begin(), rows.end(), u64{0});
   appendRows(rows, *auxFiles);

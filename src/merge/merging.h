@@ -20,8 +20,9 @@ class Merging {
   /// All are borrowed.
   Merging(Store& store, Table& table, AuxFiles& auxFiles, Merge::Makers const& makers, ImportedColumns const& columns);
 
-  /// Every row becomes a new record.
-  void append(Merge::AuxFileCollection const& auxFiles);
+  /// Every row becomes a new record. The collection is shared as long as this runs, here and in `match`: asking it may
+  /// run code of the host, which may let go of its own.
+  void append(Merge::AuxFileCollection auxFiles);
 
   /// Each row overwrites the cells that differ in the record that it claims, the first such record that no earlier row
   /// has claimed. Those that find none are dropped, or appended afterwards.
