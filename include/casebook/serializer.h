@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -74,6 +75,9 @@ class CASEBOOK_EXPORT SimpleDeserializer {
 
   /// Passes over the next `n` bytes; throws as `read` does.
   void skip(u64 n) { passOver(n); }
+
+  /// The next `n` bytes, which it passes over; throws as `read` does.
+  [[nodiscard]] std::string_view view(u64 n) { return {reinterpret_cast<char const*>(passOver(n)), n}; }
 
   /// Reads a text as SimpleSerializer::handleString writes it. With fewer bytes left than its length says, the
   /// length is consumed, `text` becomes that many zero bytes as are left, and the message of `read` is thrown.

@@ -2,6 +2,7 @@
 
 #include <casebook/export.h>
 
+#include <atomic>
 #include <bit>
 #include <compare>
 #include <cstddef>
@@ -70,7 +71,7 @@ class CASEBOOK_EXPORT Variant {
   [[nodiscard]] double doubleValue() const noexcept;
 
   /// The text held; "" for every other type. The reference lasts as long as some value holds this text.
-  [[nodiscard]] std::string const& stringValue() const noexcept;
+  [[nodiscard]] std::string const& stringValue() const noexcept { return ownsText() ? text()->content : noText(); }
 
   /// The value as text: null is "", a number the fewest digits that read back to the same number ("nan", "inf" and
   /// "-inf" for those). Doubles of magnitudes from 1e-5 up to 1e15 are written without an exponent. Equal values give
@@ -93,11 +94,16 @@ class CASEBOOK_EXPORT Variant {
   }
 
  private:
-  struct Text;
+  struct Text {
+    explicit Text(std::string value) : content{std::move(value)} {}
+
+    std::atomic<u64> owners{1};
+    std::string const content;
+  };
 
   constexpr Variant(Type type, u64 word) noexcept : type_{type}, word_{word} {}
 
-  [[nodiscard]] Text* text() const noexcept;
+  [[nodiscard]] Text* text() const noexcept { return reinterpret_cast<Text*>(static_cast<std::uintptr_t>(word_)); }
   [[nodiscard]] std::weak_ordering compareSameType(Variant const& other) const noexcept;
 
   // Of values whose words differ.
@@ -107,22 +113,24 @@ class CASEBOOK_EXPORT Variant {
     auto const b = std::bit_cast<double>(other.word_);
     return type_ == FloatingPoint && (a == b || (a != a && b != b));
   }
-  [[nodiscard]] bool hasSameText(Variant const& other) const noexcept;
+  [[nodiscard]] bool hasSameText(Variant const& other) const noexcept {
+    return ownsText() && other.ownsText() && text()->content == other.text()->content;
+  }
+  [[nodiscard]] static std::string const& noText() noexcept;
 
   // The empty text needs no storage: its word is 0.
   [[nodiscard]] bool ownsText() const noexcept { return type_ == String && word_ != 0; }
   void retain() const noexcept {
-    if (ownsText()) retainText();
+    if (ownsText()) text()->owners.fetch_add(1, std::memory_order_relaxed);
   }
   void release() const noexcept {
-    if (ownsText()) releaseText();
+    if (ownsText() && text()->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) deleteText();
   }
   void forget() noexcept {
     type_ = Null;
     word_ = 0;
   }
-  void retainText() const noexcept;
-  void releaseText() const noexcept;
+  void deleteText() const noexcept;
 
   Type type_ = Null;
   u64 word_ = 0;

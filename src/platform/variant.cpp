@@ -3,18 +3,10 @@
 
 #include "platform/number_text.h"
 
-#include <atomic>
 #include <cmath>
 #include <limits>
 
 namespace casebook {
-
-struct Variant::Text {
-  explicit Text(std::string value) : content{std::move(value)} {}
-
-  std::atomic<u64> owners{1};
-  std::string const content;
-};
 
 namespace {
 
@@ -48,13 +40,7 @@ Variant Variant::ofWord(u64 word, Type type) {
 
 Variant Variant::nan() noexcept { return {std::numeric_limits<double>::quiet_NaN()}; }
 
-Variant::Text* Variant::text() const noexcept { return reinterpret_cast<Text*>(static_cast<std::uintptr_t>(word_)); }
-
-void Variant::retainText() const noexcept { text()->owners.fetch_add(1, std::memory_order_relaxed); }
-
-void Variant::releaseText() const noexcept {
-  if (text()->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) delete text();
-}
+void Variant::deleteText() const noexcept { delete text(); }
 
 u64 Variant::longValue() const noexcept {
   if (type_ == UnsignedInteger) return word_;
@@ -66,9 +52,9 @@ double Variant::doubleValue() const noexcept {
   return type_ == UnsignedInteger ? static_cast<double>(word_) : std::numeric_limits<double>::quiet_NaN();
 }
 
-std::string const& Variant::stringValue() const noexcept {
+std::string const& Variant::noText() noexcept {
   static std::string const none;
-  return ownsText() ? text()->content : none;
+  return none;
 }
 
 std::string Variant::toString() const {
@@ -79,10 +65,6 @@ std::string Variant::toString() const {
     case String: return stringValue();
   }
   return {};
-}
-
-bool Variant::hasSameText(Variant const& other) const noexcept {
-  return ownsText() && other.ownsText() && text()->content == other.text()->content;
 }
 
 std::weak_ordering Variant::compareSameType(Variant const& other) const noexcept {

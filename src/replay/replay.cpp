@@ -21,23 +21,6 @@ CodeKind kindOfCode(std::uint32_t code) { return static_cast<CodeKind>(code >> 1
 
 constexpr std::uint32_t withoutInverse(std::uint32_t code) { return code & ~std::uint32_t{Journal::Inverse}; }
 
-/// What replaying a CellSet needs of it.
-struct CellStep {
-  Variant value;
-  u64 record;
-  u64 variable;
-};
-
-CellStep readCellStep(SimpleDeserializer& in, bool backwards) {
-  CellStep step;
-  if (!backwards) skipValue(in);
-  step.value = readValue(in);
-  if (backwards) skipValue(in);
-  step.record = readNumber<u64>(in);
-  step.variable = readNumber<u64>(in);
-  return step;
-}
-
 /// What a CellSet names, whatever its values are: the last two numbers of its payload.
 struct CellName {
   u64 record;
@@ -188,10 +171,14 @@ void Replay::processPathRegex(UndoData& data) { insertOrRemove<DataPathRegex>(da
 
 void Replay::processTagGroup(UndoData& data) { insertOrRemove<DataTagGroup>(data, tagGroups_); }
 
+// What the command names stands behind its values.
 void Replay::processSetValueCommand(UndoData& data) {
-  auto const cell = readCellStep(data.reader, data.inverse);
-  auto& variable = store_.variables.at(cell.variable);
-  table_.setCell(variable, store_.records.at(cell.record), cell.value);
+  auto in = data.reader;
+  for (int value = 0; value < 2; ++value) skipValue(in);
+  auto const record = readNumber<u64>(in);
+  auto& variable = store_.variables.at(readNumber<u64>(in));
+  if (!data.inverse) skipValue(data.reader);
+  table_.setCell(variable, store_.records.at(record), readValue(data.reader, variable.texts));
 }
 
 void Replay::processSetVariableStaticCommand(UndoData& data) {

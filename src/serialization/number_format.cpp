@@ -10,16 +10,12 @@ namespace {
 
 }  // namespace
 
-Variant readValue(SimpleDeserializer& in) {
+Variant readValue(SimpleDeserializer& in, KnownTexts& texts) {
   switch (auto const tag = readNumber<std::uint32_t>(in); tag) {
     case Variant::Null:
     case Variant::UnsignedInteger:
     case Variant::FloatingPoint: return Variant::ofWord(readNumber<u64>(in), static_cast<Variant::Type>(tag));
-    case Variant::String: {
-      std::string text;
-      in.handleString(text);
-      return Variant{std::move(text)};
-    }
+    case Variant::String: return texts.of(in.view(readNumber<u64>(in)));
   }
   refuseType();
 }

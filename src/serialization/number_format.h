@@ -3,6 +3,8 @@
 #include <casebook/serializer.h>
 #include <casebook/variant.h>
 
+#include "platform/known_texts.h"
+
 #include <concepts>
 
 /// Numbers and values in the form that journals and files keep:
@@ -44,9 +46,9 @@ void writeValue(Out& out, Variant const& value) {
   else writeNumber(out, value.word());
 }
 
-/// Throws ("Unknown type of value in a journal command.", true) for a type that is not known, besides the message of
-/// SimpleDeserializer::read.
-Variant readValue(SimpleDeserializer& in);
+/// A text shares the storage of one in `texts`. Throws ("Unknown type of value in a journal command.", true) for a type
+/// that is not known, besides the message of SimpleDeserializer::read.
+Variant readValue(SimpleDeserializer& in, KnownTexts& texts);
 
 /// Passes over a value; throws as readValue does.
 void skipValue(SimpleDeserializer& in);

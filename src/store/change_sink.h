@@ -70,7 +70,7 @@ struct PropertyChange {
   bool startsItem = false;  ///< an item that was kept before is not brought up to date but begins anew
 };
 
-/// A cell is about to change.
+/// A cell is about to change, which happens far more often than anything else.
 struct CellChange {
   DataVariable const& variable;
   DataRecord const& record;
@@ -123,9 +123,9 @@ struct MadeCalculated {
 };
 
 using Change =
-    std::variant<PropertyChange, CellChange, StatusChange, Creation<DataVariable>, Creation<DataRecord>,
-                 Creation<DataAuxFile>, Creation<DataTagGroup>, Creation<DataVariableRegex>, Creation<DataPathRegex>,
-                 RecordInsertion, Erasure<DataVariable>, RecordErasure, Erasure<DataAuxFile>, Erasure<DataTagGroup>,
+    std::variant<PropertyChange, StatusChange, Creation<DataVariable>, Creation<DataRecord>, Creation<DataAuxFile>,
+                 Creation<DataTagGroup>, Creation<DataVariableRegex>, Creation<DataPathRegex>, RecordInsertion,
+                 Erasure<DataVariable>, RecordErasure, Erasure<DataAuxFile>, Erasure<DataTagGroup>,
                  Erasure<DataVariableRegex>, Erasure<DataPathRegex>, MadeStatic, MadeCalculated>;
 
 /// Hears of every change to the store before it is final. When it throws, the change does not happen and the sink has
@@ -133,6 +133,7 @@ using Change =
 class ChangeSink {
  public:
   virtual void take(Change const& change) = 0;
+  virtual void take(CellChange const& change) = 0;
 
  protected:
   ChangeSink() = default;

@@ -3,6 +3,7 @@
 #include <casebook/variable_enums.h>
 #include <casebook/variant.h>
 
+#include "platform/known_texts.h"
 #include "store/touched_column.h"
 
 #include <cstdint>
@@ -38,6 +39,7 @@ struct DataVariable : DataBase {
   VariableDataType dataType{};
   VariableType type{};
   TouchedColumn touched;
+  KnownTexts texts;  ///< which the cells share
 };
 
 struct DataRecord : DataBase {

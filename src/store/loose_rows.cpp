@@ -64,7 +64,7 @@ void LooseRows::settle(Store& store) noexcept {
     auto& values = variable.values;
     cells_.clear();
     for (auto const& [record, loose] : tail_)
-      cells_.push_back(std::move(loose ? (*loose)[column] : values[record->row]));
+      cells_.push_back(loose ? variable.texts.shared((*loose)[column]) : std::move(values[record->row]));
     values.resize(first);
     values.insert(values.end(), std::move_iterator{cells_.begin()}, std::move_iterator{cells_.end()});
     ++column;

@@ -206,7 +206,7 @@ void Table::write(DataVariable& variable, u64 row, Variant const& value) noexcep
   auto& cell = variable.values[row];
   if (cell.isIdentical(value)) return;
   store_.touched.noteWrite(variable, row, cell);
-  cell = value;
+  cell = variable.texts.shared(value);
 }
 
 std::vector<Variant> Table::row(DataRecord const& record) const {

@@ -51,10 +51,6 @@ bool holdsWhole(Journal::Bytes bytes) noexcept {
 
 void OpenBlock::appendHead() { std::memset(bytes_.append(headerSize), 0, headerSize); }
 
-void OpenBlock::writeCommandHead(u64 place, std::uint32_t code) noexcept {
-  writeHead(bytes_.data() + place, {bytes_.size() - place, code});
-}
-
 void OpenBlock::restart() noexcept {
   constexpr u64 smallRoom = 65536;
   constexpr u64 mostRoom = u64{1} << 29;

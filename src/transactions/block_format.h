@@ -14,14 +14,13 @@ class OpenBlock : public Journal::TransactionWriter {
  public:
   [[nodiscard]] bool hasCommands() const noexcept { return size() > headerSize; }
 
-  /// Appends a command, its payload being what `write` writes into the block; when it throws the block is as it was.
-  template <class Write>
-  void append(std::uint32_t code, Write const& write);
-
-  /// What `append` lets write.
-  void write(unsigned char const* data, u64 n) {
-    auto* const place = bytes_.append(n);
-    if (n != 0) std::memcpy(place, data, n);
+  /// Appends a command; the place of its payload, which is to be filled, lasts until the next. When it throws the block
+  /// is as it was.
+  [[nodiscard]] unsigned char* append(std::uint32_t code, u64 payloadSize) {
+    if (bytes_.size() == 0) appendHead();
+    auto* const place = bytes_.append(commandHeadSize + payloadSize);
+    writeCommandHead(place, commandHeadSize + payloadSize, code);
+    return place + commandHeadSize;
   }
 
   /// Back to the empty head, without taking memory. The room stays as long as blocks of about that size keep coming.
@@ -36,7 +35,10 @@ class OpenBlock : public Journal::TransactionWriter {
   static constexpr u64 commandHeadSize = 12;
 
   void appendHead();
-  void writeCommandHead(u64 place, std::uint32_t code) noexcept;
+  static void writeCommandHead(unsigned char* place, u64 length, std::uint32_t code) noexcept {
+    std::memcpy(place, &length, sizeof length);
+    std::memcpy(place + sizeof length, &code, sizeof code);
+  }
 
   u64 recentSize_ = 0;  // of the largest block of late, fading
 };
@@ -53,19 +55,5 @@ class CommandList {
   Journal::Bytes block_;
   std::vector<u64> places_;  // where the commands begin
 };
-
-template <class Write>
-void OpenBlock::append(std::uint32_t code, Write const& write) {
-  if (bytes_.size() == 0) appendHead();
-  u64 const place = bytes_.size();
-  bytes_.append(commandHeadSize);
-  try {
-    write(*this);
-  } catch (...) {
-    bytes_.truncate(place);
-    throw;
-  }
-  writeCommandHead(place, code);
-}
 
 }  // namespace casebook

@@ -8,6 +8,7 @@
 #include "transactions/block_format.h"
 
 #include <concepts>
+#include <cstring>
 #include <string_view>
 #include <type_traits>
 #include <vector>
@@ -135,6 +136,23 @@ void describe(Archive& archive, Entity& group) {
   archive("tags", group.tags);
 }
 
+/// Counts the bytes of what is written.
+struct ByteCount {
+  u64 bytes = 0;
+
+  void write(unsigned char const*, u64 n) noexcept { bytes += n; }
+};
+
+/// Writes to where there is room.
+struct ByteCursor {
+  unsigned char* place;
+
+  void write(unsigned char const* data, u64 n) noexcept {
+    if (n != 0) std::memcpy(place, data, n);
+    place += n;
+  }
+};
+
 /// Writes the fields behind each other.
 template <class Out>
 class PayloadWriter {
@@ -179,7 +197,7 @@ class PayloadReader {
     number = readNumber<T>(in_);
   }
   void read(std::string& text) { in_.handleString(text); }
-  void read(Variant& value) { value = readValue(in_); }
+  void read(Variant& value) { value = readValue(in_, texts_); }
   template <class T>
   void read(std::vector<T>& list) {
     list.clear();
@@ -190,6 +208,7 @@ class PayloadReader {
   u64 readCount(u64 leastElementSize);
 
   SimpleDeserializer& in_;
+  KnownTexts texts_;
 };
 
 template <class Payload>
@@ -203,10 +222,12 @@ Payload readPayload(SimpleDeserializer& in) {
 /// Appends a command with this payload to a block; when it throws the block is as it was.
 template <class Payload>
 void writeCommand(OpenBlock& block, std::uint32_t code, Payload const& payload) {
-  block.append(code, [&payload](OpenBlock& out) {
+  auto const writeTo = [&payload](auto out) {
     PayloadWriter writer{out};
     describe(writer, payload);
-  });
+    return out;
+  };
+  writeTo(ByteCursor{block.append(code, writeTo(ByteCount{}).bytes)});
 }
 
 /// Calls `visitor.template operator()<Payload>()` with the type of payload that commands of this code carry, with or

@@ -24,7 +24,9 @@ void Recorder::record(PropertyChange const& change) {
   log_.keepItem(change, [this](ChangeItem const& item) { journal(item.code, item); });
 }
 
-void Recorder::record(CellChange const& change) {
+// No cell makes anything stale but what follows from touched cells.
+void Recorder::take(CellChange const& change) {
+  if (muted_) return;
   journal(Journal::CellSet, CellPayloadView{change.before, change.after, change.record.id, change.variable.id});
   log_.markValuesChanged();
 }

@@ -18,6 +18,7 @@ class Recorder : public ChangeSink {
       : log_{log}, signals_{signals}, staleTags_{staleTags}, variableChanges_{variableChanges} {}
 
   void take(Change const& change) override;
+  void take(CellChange const& change) override;
 
   [[nodiscard]] bool journalling() const noexcept { return signals_.journal.connected(); }
   [[nodiscard]] OpenBlock& block() noexcept { return block_; }
@@ -36,7 +37,6 @@ class Recorder : public ChangeSink {
 
  private:
   void record(PropertyChange const& change);
-  void record(CellChange const& change);
   void record(StatusChange const& change);
   template <class Entity>
   void record(Creation<Entity> const& change);
