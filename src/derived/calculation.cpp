@@ -51,8 +51,7 @@ bool Calculation::Source::matches(DataVariable const& now) const noexcept {
 
 void Calculation::updateCalculatedValues() {
   if (!isCurrent()) renew();
-  if (plan_ && plan_->evaluated && listTouchedRows()) evaluateRows();
-  else if (plan_) evaluateAll();
+  if (plan_) evaluate();
   remember();
 }
 
@@ -60,7 +59,7 @@ void Calculation::calculateWhatCompiles() {
   auto compiled = compile(store_.variables);
   plan_.reset();
   adopt(std::move(compiled.equations));
-  if (plan_) evaluateAll();
+  if (plan_) evaluate();
   if (!compiled.failed.empty()) plan_.reset();
   remember();
   if (!compiled.failed.empty()) changesSeen_ = noChanges;
@@ -78,8 +77,8 @@ bool Calculation::isCurrent() {
   if (sameTable && changesSeen_ == variableChanges_.count()) return true;
   if (!plan_) return std::ranges::none_of(store_.variables.all(), isCalculated);
   if (!std::ranges::equal(plan_->sources, store_.variables.all(), &Source::matches)) return false;
-  for (auto& column : plan_->columns)
-    column.variable = &store_.variables.at(plan_->sources[column.position].variable);  // one that was put back
+  for (auto const position : plan_->columns)  // some may have been put back
+    plan_->variables[position] = &store_.variables.at(plan_->sources[position].variable);
   return true;
 }
 
@@ -97,23 +96,24 @@ void Calculation::renew() {
 void Calculation::adopt(std::vector<TargetedExpression> equations) {
   if (equations.empty()) return;
   std::vector<Source> sources;
-  std::vector<Column> columns;
+  std::vector<DataVariable*> variables;
   for (auto& variable : store_.variables.all()) {
-    columns.push_back({sources.size(), &variable, false});
+    variables.push_back(&variable);
     sources.push_back(
         {variable.id, variable.name, isCalculated(variable) ? std::optional{variable.expression} : std::nullopt});
   }
-  std::vector<bool> counts(sources.size());
+  Positions columns;
   for (auto const& [expression, target] : equations) {
-    columns[target].isTarget = counts[target] = true;
-    for (auto const column : expression.columns()) counts[column] = true;
+    columns.push_back(target);
+    columns.insert(columns.end(), expression.columns().begin(), expression.columns().end());
   }
-  std::erase_if(columns, [&](Column const& column) { return !counts[column.position]; });
+  std::ranges::sort(columns);
+  columns.erase(std::ranges::unique(columns).begin(), columns.end());
   std::vector<Variant*> cells(sources.size());
   expression::EquationPlan plan{std::move(equations)};
   expression::EquationPlan::Scratch scratch{plan};
-  plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns), std::move(cells),
-                std::vector<Variant>{}, std::vector<std::size_t>{}, false);
+  plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns), std::move(variables),
+                std::move(cells));
 }
 
 // Name by name, which is the order that the journal tells; the second time a name comes its variables are static.
@@ -127,38 +127,56 @@ void Calculation::makeVariableStatic(std::vector<std::string> const& names) {
   }
 }
 
-/// Lists the rows to work out; false when they are so many, or so little is known of them, that it is all.
-bool Calculation::listTouchedRows() {
+void Calculation::evaluate() {
+  Positions touched;
+  bool const listed = plan_->evaluated && listTouched(touched);
+  if (!plan_->evaluated) touched = plan_->columns;
+  if (touched != plan_->touched) plan_->equations.selectReached(touched, plan_->reached);
+  plan_->touched = std::move(touched);
+  for (auto const position : plan_->columns) plan_->cells[position] = plan_->variables[position]->values.data();
+  if (listed) evaluateRows();
+  else evaluateAllRows();
+  plan_->evaluated = true;
+}
+
+/// Tells in which columns cells were touched, and lists the rows; false when these are so many, or so little is known
+/// of them, that it is all.
+bool Calculation::listTouched(Positions& columns) {
   auto& rows = plan_->rows;
   rows.clear();
-  if (store_.touched.movedAt() > calculatedAt_) return false;
-  for (auto const& column : plan_->columns) {
-    auto const cells = column.variable->touched.since(calculatedAt_);
-    if (!cells) return false;
-    for (auto const& cell : *cells) rows.push_back(cell.row);
-  }
   std::size_t const rowCount = table_.rowCount();
+  bool const moved = store_.touched.movedAt() > calculatedAt_;
+  if (moved || rowsSeen_ < rowCount) columns = plan_->columns;
+  if (moved) return false;
+  bool listed = true;
+  for (auto const position : plan_->columns) {
+    auto const cells = plan_->variables[position]->touched.since(calculatedAt_);
+    if (cells && cells->empty()) continue;
+    if (rowsSeen_ == rowCount) columns.push_back(position);
+    if (cells)
+      for (auto const& cell : *cells) rows.push_back(cell.row);
+    else listed = false;
+  }
   for (std::size_t row = rowsSeen_; row < rowCount; ++row) rows.push_back(row);
   std::ranges::sort(rows);
   rows.erase(std::ranges::unique(rows).begin(), rows.end());
-  return rows.size() < rowCount / 4 + expression::blockRows;
+  return listed && rows.size() < rowCount / 4 + expression::blockRows;
 }
 
-void Calculation::evaluateAll() {
+void Calculation::evaluateAllRows() {
   std::size_t const rowCount = table_.rowCount();
   for (std::size_t first = 0; first < rowCount; first += expression::blockRows) {
     std::size_t const last = std::min(first + expression::blockRows, rowCount);
     evaluateBlock(std::views::iota(first, last),
-                  [&](Plan& plan) { plan.equations.evaluate(plan.cells, first, last, plan.scratch); });
+                  [&](Plan& plan) { plan.equations.evaluate(plan.cells, first, last, plan.scratch, plan.reached); });
   }
-  plan_->evaluated = true;
 }
 
 void Calculation::evaluateRows() {
   std::span<std::size_t const> rest{plan_->rows};
   while (!rest.empty()) {
     auto const rows = rest.first(std::min(expression::blockRows, rest.size()));
-    evaluateBlock(rows, [&](Plan& plan) { plan.equations.evaluate(plan.cells, rows, plan.scratch); });
+    evaluateBlock(rows, [&](Plan& plan) { plan.equations.evaluate(plan.cells, rows, plan.scratch, plan.reached); });
     rest = rest.subspan(rows.size());
   }
 }
@@ -167,20 +185,16 @@ template <class Rows, class Evaluate>
 void Calculation::evaluateBlock(Rows const& rows, Evaluate const& evaluate) {
   auto& before = plan_->before;
   before.clear();
-  for (auto const& [position, variable, isTarget] : plan_->columns) {
-    plan_->cells[position] = variable->values.data();
-    if (!isTarget) continue;
-    for (auto const row : rows) before.push_back(variable->values[row]);
-  }
+  for (auto const target : plan_->reached.targets())
+    for (auto const row : rows) before.push_back(plan_->cells[target][row]);
   evaluate(*plan_);
   auto held = before.begin();
-  for (auto const& [position, variable, isTarget] : plan_->columns) {
-    if (!isTarget) continue;
+  for (auto const target : plan_->reached.targets())
     for (auto const row : rows) {
-      if (!variable->values[row].isIdentical(*held)) store_.touched.noteWrite(*variable, row, *held);
+      if (!plan_->cells[target][row].isIdentical(*held))
+        store_.touched.noteWrite(*plan_->variables[target], row, *held);
       ++held;
     }
-  }
 }
 
 }  // namespace casebook

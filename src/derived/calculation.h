@@ -38,23 +38,21 @@ class Calculation {
     [[nodiscard]] bool matches(DataVariable const& now) const noexcept;
   };
 
-  /// A column that the equations read or write, by its position among all.
-  struct Column {
-    std::size_t position;
-    DataVariable* variable;
-    bool isTarget;
-  };
+  using Positions = std::vector<std::size_t>;  ///< of columns among all, ascending
 
   /// The equations of the variables as they are in `sources`, which are all.
   struct Plan {
     std::vector<Source> sources;
     expression::EquationPlan equations;
     expression::EquationPlan::Scratch scratch;
-    std::vector<Column> columns;
-    std::vector<Variant*> cells;    ///< the first cell of each of these, by position
-    std::vector<Variant> before;    ///< what the targets held in a block
-    std::vector<std::size_t> rows;  ///< to work out
-    bool evaluated;                 ///< in all rows, once
+    Positions columns;                                 ///< that the equations read or write
+    std::vector<DataVariable*> variables;              ///< these, by position
+    std::vector<Variant*> cells;                       ///< the first of each, by position
+    Positions touched = {};                            ///< columns of which cells were touched
+    expression::EquationPlan::Selection reached = {};  ///< the equations to work out for these
+    std::vector<std::size_t> rows = {};                ///< to work them out in
+    std::vector<Variant> before = {};                  ///< what the targets held in a block
+    bool evaluated = false;                            ///< all in all rows, once
   };
 
   [[nodiscard]] bool isCurrent();
@@ -63,8 +61,9 @@ class Calculation {
   void makeVariableStatic(std::vector<std::string> const& names);
   void remember() noexcept;
 
-  [[nodiscard]] bool listTouchedRows();
-  void evaluateAll();
+  void evaluate();
+  [[nodiscard]] bool listTouched(Positions& columns);
+  void evaluateAllRows();
   void evaluateRows();
   template <class Rows, class Evaluate>
   void evaluateBlock(Rows const& rows, Evaluate const& evaluate);

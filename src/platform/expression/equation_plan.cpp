@@ -56,18 +56,61 @@ void EquationPlan::addSteps(std::size_t equation, RegisterOf& registerOf) {
   mostInputs_ = std::max(mostInputs_, program.inputs.size());
 }
 
-void EquationPlan::evaluate(Columns columns, std::size_t first, std::size_t last, Scratch& scratch) const noexcept {
+// Equations come after those whose targets they read; those on a circle, which read nothing, before all. A load that
+// was meant for an equation that is left out stands early, but not before what gives its column.
+void EquationPlan::selectReached(std::span<std::size_t const> positions, Selection& selection) const {
+  auto& [steps, targets, reached] = selection;
+  reached.assign(positions.begin(), positions.end());
+  targets.clear();
+  steps.clear();
+  auto const isReached = [&](std::size_t column) { return std::ranges::binary_search(reached, column); };
+  auto const select = [&](std::size_t column) {
+    targets.push_back(column);
+    if (auto const place = std::ranges::lower_bound(reached, column); place == reached.end() || *place != column)
+      reached.insert(place, column);
+  };
+  std::vector<bool> isRead(inputs_.size());
+  for (auto const& step : steps_) {
+    auto const& [kind, index] = step;
+    steps.push_back(step);
+    if (kind == Step::Kind::Load) continue;
+    auto const& [expression, target] = equations_[index];
+    if (!isReached(target) && std::ranges::none_of(expression.columns(), isReached)) {
+      steps.pop_back();
+      continue;
+    }
+    select(target);
+    if (kind == Step::Kind::Clear) continue;
+    for (auto const input : registersOf_[index])
+      if (input != none) isRead[input] = true;
+  }
+  std::erase_if(steps, [&](Step const& step) { return step.kind == Step::Kind::Load && !isRead[step.index]; });
+}
+
+void EquationPlan::evaluate(Columns columns, std::size_t first, std::size_t last, Scratch& scratch,
+                            Selection const& selection) const noexcept {
+  evaluate(columns, first, last, scratch, selection.steps_);
+}
+
+void EquationPlan::evaluate(Columns columns, std::span<std::size_t const> rows, Scratch& scratch,
+                            Selection const& selection) const noexcept {
+  evaluate(columns, rows, scratch, selection.steps_);
+}
+
+void EquationPlan::evaluate(Columns columns, std::size_t first, std::size_t last, Scratch& scratch,
+                            Steps steps) const noexcept {
   for (; first < last; first += blockRows)
-    evaluateBlock(columns, Block{first, std::min(blockRows, last - first)}, scratch);
+    evaluateBlock(steps, columns, Block{first, std::min(blockRows, last - first)}, scratch);
 }
 
-void EquationPlan::evaluate(Columns columns, std::span<std::size_t const> rows, Scratch& scratch) const noexcept {
+void EquationPlan::evaluate(Columns columns, std::span<std::size_t const> rows, Scratch& scratch,
+                            Steps steps) const noexcept {
   for (; !rows.empty(); rows = rows.subspan(std::min(blockRows, rows.size())))
-    evaluateBlock(columns, Block{rows.first(std::min(blockRows, rows.size()))}, scratch);
+    evaluateBlock(steps, columns, Block{rows.first(std::min(blockRows, rows.size()))}, scratch);
 }
 
-void EquationPlan::evaluateBlock(Columns columns, Block const& block, Scratch& scratch) const noexcept {
-  for (auto const& [kind, index] : steps_) switch (kind) {
+void EquationPlan::evaluateBlock(Steps steps, Columns columns, Block const& block, Scratch& scratch) const noexcept {
+  for (auto const& [kind, index] : steps) switch (kind) {
       case Step::Kind::Load: load(columns[inputs_[index]], block, scratch.registers_[index]); break;
       case Step::Kind::Evaluate: evaluateEquation(index, columns, block, scratch); break;
       case Step::Kind::Clear: storeNull(block, columns[equations_[index].target]); break;

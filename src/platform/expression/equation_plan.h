@@ -42,10 +42,26 @@ class EquationPlan {
     std::vector<Source> sources_;
   };
 
+  /// Some of the equations, in the order of the plan that gave it; empty until then.
+  class Selection;
+
+  /// The equations of which a cell may change when others change in these columns: those that read them or write them,
+  /// and those that read what these write. `positions` ascend.
+  void selectReached(std::span<std::size_t const> positions, Selection& selection) const;
+
   /// Works out the rows from `first` to before `last`, or those of an ascending list, and writes the results into the
   /// target columns. Allocates nothing.
-  void evaluate(Columns columns, std::size_t first, std::size_t last, Scratch& scratch) const noexcept;
-  void evaluate(Columns columns, std::span<std::size_t const> rows, Scratch& scratch) const noexcept;
+  void evaluate(Columns columns, std::size_t first, std::size_t last, Scratch& scratch) const noexcept {
+    evaluate(columns, first, last, scratch, steps_);
+  }
+  void evaluate(Columns columns, std::span<std::size_t const> rows, Scratch& scratch) const noexcept {
+    evaluate(columns, rows, scratch, steps_);
+  }
+  /// The same for some of the equations.
+  void evaluate(Columns columns, std::size_t first, std::size_t last, Scratch& scratch,
+                Selection const& selection) const noexcept;
+  void evaluate(Columns columns, std::span<std::size_t const> rows, Scratch& scratch,
+                Selection const& selection) const noexcept;
 
  private:
   struct Step {
@@ -54,12 +70,15 @@ class EquationPlan {
     Kind kind;
     std::size_t index;  ///< into inputs_ or equations_
   };
+  using Steps = std::span<Step const>;
 
   /// The register of each column that was loaded so far.
   using RegisterOf = std::unordered_map<std::size_t, std::size_t>;
 
   void addSteps(std::size_t equation, RegisterOf& registerOf);
-  void evaluateBlock(Columns columns, Block const& block, Scratch& scratch) const noexcept;
+  void evaluate(Columns columns, std::size_t first, std::size_t last, Scratch& scratch, Steps steps) const noexcept;
+  void evaluate(Columns columns, std::span<std::size_t const> rows, Scratch& scratch, Steps steps) const noexcept;
+  void evaluateBlock(Steps steps, Columns columns, Block const& block, Scratch& scratch) const noexcept;
   void evaluateEquation(std::size_t equation, Columns columns, Block const& block, Scratch& scratch) const noexcept;
 
   std::vector<TargetedExpression> equations_;
@@ -68,6 +87,18 @@ class EquationPlan {
   std::vector<Step> steps_;
   std::size_t temporaries_ = 0;  // which follow the inputs among the registers
   std::size_t mostInputs_ = 0;
+};
+
+class EquationPlan::Selection {
+ public:
+  /// The columns that are written.
+  [[nodiscard]] std::vector<std::size_t> const& targets() const noexcept { return targets_; }
+
+ private:
+  friend class EquationPlan;
+  std::vector<Step> steps_;
+  std::vector<std::size_t> targets_;
+  std::vector<std::size_t> reached_;  // columns, ascending
 };
 
 }  // namespace casebook::expression
