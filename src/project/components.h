@@ -43,7 +43,7 @@ struct Components {
   void restart() {
     table.restart();
     deletion.clear();
-    log.clear();
+    log = {};
     recorder.block().restart();
     caseIndex.clear();
     statistics.clear();

@@ -49,30 +49,37 @@ void UidSets::clear() noexcept {
   for (auto& set : sets_) set.clear();
 }
 
+ChangeLog::Entries const& ChangeLog::kept() const noexcept {
+  static Entries const none;
+  return entries_ ? *entries_ : none;
+}
+
 bool ChangeLog::empty() const noexcept {
-  bool const noItems = std::ranges::all_of(items_, [](auto const& kept) { return kept.empty(); });
-  return noItems && created_.empty() && erased_.empty() && removedTags_.empty() && !valuesChanged_;
+  if (!entries_ || valuesChanged_) return !valuesChanged_;
+  bool const noItems = std::ranges::all_of(entries_->items, [](auto const& list) { return list.empty(); });
+  return noItems && created().empty() && erased().empty() && entries_->removedTags.empty();
 }
 
 void ChangeLog::dropItems(EntityKind kind, u64 uid) noexcept {
-  auto& kept = items(kind);
-  kept.erase(kept.lower_bound(Key{uid, 0}), kept.upper_bound(Key{uid, ~std::uint32_t{0}}));
+  auto& items = entries_->of(kind);
+  items.erase(items.lower_bound(Key{uid, 0}), items.upper_bound(Key{uid, ~std::uint32_t{0}}));
 }
 
 TransactionRecord ChangeLog::changes() const {
   TransactionRecord record;
-  fill(record.added, created_);
-  for (auto const& [key, item] : items(EntityKind::Project)) record.modified.projectChanges.push_back(item);
-  for (auto const& [kind, list] : entityLists)
-    for (auto const& [key, item] : items(kind)) (record.modified.*list).push_back(key.first);
   record.valuesChanged = valuesChanged_;
+  if (!entries_) return record;
+  fill(record.added, entries_->created);
+  for (auto const& [key, item] : entries_->of(EntityKind::Project)) record.modified.projectChanges.push_back(item);
+  for (auto const& [kind, list] : entityLists)
+    for (auto const& [key, item] : entries_->of(kind)) (record.modified.*list).push_back(key.first);
   return record;
 }
 
 TransactionRecord ChangeLog::removals() const {
   TransactionRecord record;
-  fill(record.removed, erased_);
-  record.removed.removedTags.assign(removedTags_.begin(), removedTags_.end());
+  fill(record.removed, kept().erased);
+  record.removed.removedTags.assign(kept().removedTags.begin(), kept().removedTags.end());
   return record;
 }
 

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <utility>
@@ -35,24 +36,24 @@ class ChangeLog {
   template <class Journal>
   void keepItem(PropertyChange const& change, Journal&& journal);
 
-  [[nodiscard]] UidSets const& created() const noexcept { return created_; }
-  [[nodiscard]] UidSets const& erased() const noexcept { return erased_; }
+  [[nodiscard]] UidSets const& created() const noexcept { return kept().created; }
+  [[nodiscard]] UidSets const& erased() const noexcept { return kept().erased; }
 
   /// Enters the entity as created; one that was erased in the same transaction is back. `journal` is called in
   /// between: when it throws, nothing has changed.
   template <class Journal>
   void keepCreation(EntityKind kind, u64 uid, Journal&& journal) {
-    move(uid, erased_.of(kind), created_.of(kind), journal);
+    move(uid, entries().erased.of(kind), entries().created.of(kind), journal);
   }
 
   /// Enters the entity as erased and drops its items; otherwise the same.
   template <class Journal>
   void keepErasure(EntityKind kind, u64 uid, Journal&& journal) {
-    move(uid, created_.of(kind), erased_.of(kind), journal);
+    move(uid, entries().created.of(kind), entries().erased.of(kind), journal);
     dropItems(kind, uid);
   }
 
-  void keepRemovedTags(std::set<std::string> const& tags) { removedTags_.insert(tags.begin(), tags.end()); }
+  void keepRemovedTags(std::set<std::string> const& tags) { entries().removedTags.insert(tags.begin(), tags.end()); }
 
   void markValuesChanged() noexcept { valuesChanged_ = true; }
 
@@ -63,7 +64,7 @@ class ChangeLog {
   [[nodiscard]] TransactionRecord changes() const;
   /// The removed group alone.
   [[nodiscard]] TransactionRecord removals() const;
-  [[nodiscard]] bool hasRemovals() const noexcept { return !erased_.empty(); }
+  [[nodiscard]] bool hasRemovals() const noexcept { return !kept().erased.empty(); }
 
  private:
   template <class Journal>
@@ -73,13 +74,23 @@ class ChangeLog {
   using Key = std::pair<u64, std::uint32_t>;
   using Items = std::map<Key, ChangeItem>;
 
-  [[nodiscard]] Items& items(EntityKind kind) noexcept { return items_[static_cast<std::size_t>(kind)]; }
-  [[nodiscard]] Items const& items(EntityKind kind) const noexcept { return items_[static_cast<std::size_t>(kind)]; }
+  struct Entries {
+    std::array<Items, entityKinds> items;
+    UidSets created;
+    UidSets erased;
+    std::set<std::string> removedTags;
 
-  std::array<Items, entityKinds> items_;
-  UidSets created_;
-  UidSets erased_;
-  std::set<std::string> removedTags_;
+    [[nodiscard]] Items& of(EntityKind kind) noexcept { return items[static_cast<std::size_t>(kind)]; }
+    [[nodiscard]] Items const& of(EntityKind kind) const noexcept { return items[static_cast<std::size_t>(kind)]; }
+  };
+
+  [[nodiscard]] Entries& entries() {
+    if (!entries_) entries_ = std::make_unique<Entries>();
+    return *entries_;
+  }
+  [[nodiscard]] Entries const& kept() const noexcept;
+
+  std::unique_ptr<Entries> entries_;  // null as long as cells alone are written, as most transactions do
   bool valuesChanged_ = false;
 };
 
@@ -103,7 +114,7 @@ void ChangeLog::move(u64 uid, std::set<u64>& from, std::set<u64>& to, Journal& j
 
 template <class Journal>
 void ChangeLog::keepItem(PropertyChange const& change, Journal&& journal) {
-  auto& kept = items(change.kind);
+  auto& kept = entries().of(change.kind);
   auto const [place, isNew] = kept.try_emplace(Key{change.uid, change.code});
   ChangeItem item{isNew || change.startsItem ? change.before : place->second.oldValue, change.after, change.index,
                   change.uid, change.code};

@@ -6,6 +6,7 @@
 
 #include "platform/first_error.h"
 
+#include <boost/signals2/dummy_mutex.hpp>
 #include <boost/signals2/signal.hpp>
 
 #include <functional>
@@ -26,16 +27,22 @@ struct CallEverySlot {
   }
 };
 
-/// One signal. Counts its slots, because every change to the table asks whether the journal has any.
+/// One signal, of which no other thread hears. Counts its slots, because every change to the table asks whether the
+/// journal has any.
 template <class... Arguments>
 class Signal {
  public:
   Connection connect(std::function<void(Arguments...)> slot);
   [[nodiscard]] bool connected() const noexcept { return *slots_ != 0; }
-  void operator()(Arguments... arguments) const { signal_(arguments...); }
+  void operator()(Arguments... arguments) const {
+    if (connected()) signal_(arguments...);
+  }
 
  private:
-  boost::signals2::signal<void(Arguments...), CallEverySlot> signal_;
+  boost::signals2::signal<void(Arguments...), CallEverySlot, int, std::less<int>, std::function<void(Arguments...)>,
+                          std::function<void(boost::signals2::connection const&, Arguments...)>,
+                          boost::signals2::dummy_mutex>
+      signal_;
   std::shared_ptr<u64> slots_ = std::make_shared<u64>(0);
 };
 
