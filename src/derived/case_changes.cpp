@@ -3,6 +3,8 @@
 #include "derived/text_sort.h"
 
 #include <algorithm>
+#include <functional>
+#include <utility>
 
 namespace casebook {
 
@@ -52,44 +54,12 @@ void inOrder(std::vector<CaseChange> const& changes, Visit visit) {
 
 ChangeRun::ChangeRun(std::vector<CaseChange> const& changes) {
   changes_.reserve(changes.size());
-  sums_.reserve(changes.size());
-  CaseChange const* last = nullptr;
-  std::int32_t sign = 0;
-  auto const put = [&] {
-    if (sign != 0) append({last->value, last->rank, sign});
-  };
   inOrder(changes, [&](CaseChange const& change) {
-    if (!last || compare(*last, change) != 0) {
-      put();
-      sign = 0;
-    }
-    last = &change;
-    sign += change.sign;
+    if (!changes_.empty() && changes_.back().sign == 0) changes_.pop_back();
+    if (!changes_.empty() && compare(changes_.back(), change) == 0) changes_.back().sign += change.sign;
+    else changes_.push_back(change);
   });
-  put();
-}
-
-void ChangeRun::append(CaseChange change) {
-  changes_.push_back(std::move(change));
-  sums_.push_back((sums_.empty() ? 0 : sums_.back()) + changes_.back().sign);
-}
-
-// What stands in both was undone in the later one: nothing came in between.
-ChangeRun ChangeRun::merged(ChangeRun const& a, ChangeRun const& b) {
-  ChangeRun both;
-  both.changes_.reserve(a.size() + b.size());
-  both.sums_.reserve(a.size() + b.size());
-  auto one = a.changes_.begin();
-  auto other = b.changes_.begin();
-  while (one != a.changes_.end() && other != b.changes_.end()) {
-    auto const order = compare(*one, *other);
-    if (order < 0) both.append(*one++);
-    else if (order > 0) both.append(*other++);
-    else ++one, ++other;
-  }
-  for (; one != a.changes_.end(); ++one) both.append(*one);
-  for (; other != b.changes_.end(); ++other) both.append(*other);
-  return both;
+  if (!changes_.empty() && changes_.back().sign == 0) changes_.pop_back();
 }
 
 std::span<CaseChange const> ChangeRun::of(Variant const& value) const noexcept {
@@ -97,25 +67,6 @@ std::span<CaseChange const> ChangeRun::of(Variant const& value) const noexcept {
       changes_, [&](CaseChange const& change) { return compareValues(change.value, value) < 0; });
   if (first == changes_.end() || compareValues(first->value, value) != 0) return {};
   return leadingValue({first, changes_.end()});
-}
-
-// Most columns are of one kind.
-std::span<CaseChange const> ChangeRun::ofKind(ValueKind kind) const noexcept {
-  auto const kindOf = [](CaseChange const& change) { return keyOf(change.value).kind; };
-  if (empty() || (kindOf(changes_.front()) == kind && kindOf(changes_.back()) == kind)) return changes_;
-  auto const found = std::ranges::equal_range(changes_, kind, {}, kindOf);
-  return {found.begin(), found.end()};
-}
-
-std::int64_t ChangeRun::total(std::span<CaseChange const> part) const noexcept {
-  if (part.empty()) return 0;
-  auto const begin = static_cast<std::size_t>(part.data() - changes_.data());
-  return sums_[begin + part.size() - 1] - (begin == 0 ? 0 : sums_[begin - 1]);
-}
-
-void ChangeRun::clear() noexcept {
-  changes_.clear();
-  sums_.clear();
 }
 
 // Of most values there are few changes.
@@ -129,66 +80,74 @@ std::span<CaseChange const> leadingValue(std::span<CaseChange const> sorted) noe
   return sorted.first(step / 2 + static_cast<std::size_t>(end - rest.begin()));
 }
 
-std::size_t CaseChanges::size() const noexcept {
-  std::size_t size = recent_.size();
-  for (auto const& run : runs_) size += run.size();
-  return size;
+void CaseChanges::add(CaseChange change) {
+  constexpr std::size_t alwaysKept = 256;
+  if (addedSince_ > alwaysKept + 4 * size_) compact();
+  ++addedSince_;
+  auto const place = values_.try_emplace(change.value).first;
+  auto& [last, total] = place->second;
+  total += change.sign;
+  if (last != none && entries_[last].change.rank == change.rank) return undoLast(place);
+  entries_.push_back({std::move(change), last});
+  last = static_cast<std::uint32_t>(entries_.size() - 1);
+  ++size_;
+  if (entries_.back().change.sign > 0) noteGained(entries_.back().change.value);
+}
+
+void CaseChanges::undoLast(Values::iterator place) {
+  auto& undone = entries_[place->second.last];
+  undone.change.sign = 0;
+  --size_;
+  place->second.last = undone.earlier;
+  if (undone.earlier == none) values_.erase(place);
+  while (!entries_.empty() && entries_.back().change.sign == 0) entries_.pop_back();
+}
+
+void CaseChanges::noteGained(Variant const& value) {
+  auto const [kind, key] = keyOf(value);
+  if (kind != ValueKind::Whole && kind != ValueKind::Number) return;
+  auto& [least, most] = gained_[kind == ValueKind::Whole];
+  least.push_back(key);
+  std::ranges::push_heap(least, std::greater{});
+  most.push_back(key);
+  std::ranges::push_heap(most, std::less{});
+}
+
+/// Drops what was undone.
+void CaseChanges::compact() {
+  auto const entries = std::exchange(entries_, {});
+  clear();
+  for (auto const& entry : entries)
+    if (entry.change.sign != 0) add(entry.change);
+  addedSince_ = 0;
 }
 
 void CaseChanges::clear() noexcept {
-  recent_.clear();
-  runs_.clear();
-}
-
-void CaseChanges::arrange() {
-  if (recent_.size() <= mostRecent) return;
-  ChangeRun run{recent_};
-  std::size_t room = mostRecent * growth;
-  std::size_t level = 0;
-  for (; level < runs_.size() && runs_[level].size() + run.size() > room; ++level, room *= growth)
-    run = ChangeRun::merged(run, runs_[level]);
-  if (level == runs_.size()) runs_.emplace_back();
-  runs_[level] = ChangeRun::merged(run, runs_[level]);
-  for (std::size_t below = 0; below < level; ++below) runs_[below].clear();
-  recent_.clear();
-}
-
-ChangeRun const& CaseChanges::asOneRun() {
-  runs_.emplace(runs_.begin(), recent_);
-  recent_.clear();
-  while (runs_.size() > 1) {
-    auto last = std::move(runs_.back());
-    runs_.pop_back();
-    if (runs_.back().empty()) runs_.back() = std::move(last);
-    else if (!last.empty()) runs_.back() = ChangeRun::merged(runs_.back(), last);
+  entries_.clear();
+  values_.clear();
+  for (auto& [least, most] : gained_) {
+    least.clear();
+    most.clear();
   }
-  return runs_.front();
+  size_ = addedSince_ = 0;
 }
 
-std::int64_t CaseChanges::total(Variant const& value) const noexcept {
-  std::int64_t total = 0;
-  for (auto const& run : runs_) total += run.total(value);
-  for (auto const& change : recent_)
-    if (compareValues(change.value, value) == 0) total += change.sign;
-  return total;
+ChangeRun CaseChanges::asOneRun() const {
+  std::vector<CaseChange> changes;
+  changes.reserve(size_);
+  for (auto const& entry : entries_)
+    if (entry.change.sign != 0) changes.push_back(entry.change);
+  return ChangeRun{changes};
 }
 
-std::vector<CaseChanges::Total> CaseChanges::totals() const {
+auto CaseChanges::totals() const -> std::vector<Total> {
+  std::vector<CaseChange> changes;
+  for (auto const& [value, of] : values_)
+    if (of.total != 0) changes.push_back({value, 0, of.total});
   std::vector<Total> totals;
-  for (auto const& run : runs_)
-    for (auto rest = run.all(); !rest.empty();) {
-      auto const same = leadingValue(rest);
-      totals.push_back({&same.front().value, run.total(same)});
-      rest = rest.subspan(same.size());
-    }
-  for (auto const& change : recent_) totals.push_back({&change.value, change.sign});
-  std::ranges::sort(totals, [](Total const& a, Total const& b) { return compareValues(*a.value, *b.value) < 0; });
-  std::vector<Total> distinct;
-  for (auto const& total : totals) {
-    if (distinct.empty() || compareValues(*distinct.back().value, *total.value) != 0) distinct.push_back(total);
-    else distinct.back().cases += total.cases;
-  }
-  return distinct;
+  totals.reserve(changes.size());
+  inOrder(changes, [&](CaseChange const& change) { totals.push_back({change.value, change.sign}); });
+  return totals;
 }
 
 }  // namespace casebook

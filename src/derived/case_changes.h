@@ -2,9 +2,16 @@
 
 #include "derived/value_key.h"
 
+#include <boost/container/small_vector.hpp>
+#include <boost/unordered/unordered_flat_map.hpp>
+
 #include <algorithm>
-#include <iterator>
+#include <array>
+#include <functional>
+#include <optional>
+#include <ranges>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace casebook {
@@ -16,96 +23,124 @@ struct CaseChange {
   std::int32_t sign;
 };
 
-/// Changes by value, then by rank, no two of the same value and rank: what came back to where it was is gone.
+/// What is left of changes, by value, then by rank, no two of the same value and rank.
 class ChangeRun {
  public:
-  ChangeRun() = default;
   /// In the order in which they happened: what a case gets it did not have, and what it loses it had.
   explicit ChangeRun(std::vector<CaseChange> const& changes);
 
-  /// Both, as one; one is what happened right after the other.
-  [[nodiscard]] static ChangeRun merged(ChangeRun const& a, ChangeRun const& b);
-
-  [[nodiscard]] std::size_t size() const noexcept { return changes_.size(); }
-  [[nodiscard]] bool empty() const noexcept { return changes_.empty(); }
-  void clear() noexcept;
   [[nodiscard]] std::span<CaseChange const> all() const noexcept { return changes_; }
   [[nodiscard]] std::span<CaseChange const> of(Variant const& value) const noexcept;
-  [[nodiscard]] std::span<CaseChange const> ofKind(ValueKind kind) const noexcept;
-  /// How many more cases have the value.
-  [[nodiscard]] std::int64_t total(Variant const& value) const noexcept { return total(of(value)); }
-  /// The same of a part of `all()`.
-  [[nodiscard]] std::int64_t total(std::span<CaseChange const> part) const noexcept;
 
  private:
-  void append(CaseChange change);
-
   std::vector<CaseChange> changes_;
-  std::vector<std::int32_t> sums_;  // of the signs up to each change: those of one value are counted at once
 };
 
 /// The changes of the first value of some that are sorted, which are not none.
 [[nodiscard]] std::span<CaseChange const> leadingValue(std::span<CaseChange const> sorted) noexcept;
 
-/// The changes since a column was indexed, in runs of which each is many times longer than the one before and older:
-/// a change is moved a few times, however many there are, and every run is quickly searched.
+/// The changes since a column was indexed, found by their values. A change that undoes the last one of its value leaves
+/// nothing.
 class CaseChanges {
  public:
-  void add(CaseChange change) { recent_.push_back(std::move(change)); }
+  /// When it throws, changes are lost.
+  void add(CaseChange change);
 
-  /// An upper bound.
-  [[nodiscard]] std::size_t size() const noexcept;
-  [[nodiscard]] bool empty() const noexcept { return size() == 0; }
+  [[nodiscard]] std::size_t size() const noexcept { return size_; }
+  [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
   void clear() noexcept;
 
-  /// Before questions: leaves few changes outside the runs. When it throws, nothing has changed.
-  void arrange();
-  /// All as one run, which lasts until the next change. When it throws, changes are lost.
-  [[nodiscard]] ChangeRun const& asOneRun();
+  [[nodiscard]] ChangeRun asOneRun() const;
 
-  [[nodiscard]] std::int64_t total(Variant const& value) const noexcept;
-
-  /// Calls `visit` with the changes of the value, in the order of time for each case.
-  template <class Visit>
-  void forCases(Variant const& value, Visit visit) const {
-    for (auto run = runs_.rbegin(); run != runs_.rend(); ++run)
-      for (auto const& change : run->of(value)) visit(change);
-    for (auto const& change : recent_)
-      if (compareValues(change.value, value) == 0) visit(change);
+  /// How many more cases have the value.
+  [[nodiscard]] std::int64_t total(Variant const& value) const noexcept {
+    auto const found = values_.find(value);
+    return found == values_.end() ? 0 : found->second.total;
   }
 
+  /// Calls `visit` with the changes of the value, in the order of time.
+  template <class Visit>
+  void forCases(Variant const& value, Visit visit) const;
+
   struct Total {
-    Variant const* value;
+    Variant value;
     std::int64_t cases;
   };
-  /// The values that changes speak of, ascending, and how many more cases have each.
+  /// The values that more or fewer cases have, ascending.
   [[nodiscard]] std::vector<Total> totals() const;
 
-  enum class Direction : std::uint8_t { Up, Down };
-
-  /// Calls `visit` with the values of one kind that cases got, in each run from the smallest up or from the largest
-  /// down until it returns false.
-  template <class Visit>
-  void forGained(ValueKind kind, Direction direction, Visit visit) const;
+  /// The smallest and the largest value of a kind, Whole or Number, among those that cases got and that still have any,
+  /// which `hasCases` tells. What it tells not to have any is not asked for again until a case gets it.
+  template <class HasCases>
+  [[nodiscard]] std::optional<Variant> leastGained(ValueKind kind, HasCases hasCases) {
+    return firstOf(gained_[kind == ValueKind::Whole].least, std::greater{}, kind, hasCases);
+  }
+  template <class HasCases>
+  [[nodiscard]] std::optional<Variant> mostGained(ValueKind kind, HasCases hasCases) {
+    return firstOf(gained_[kind == ValueKind::Whole].most, std::less{}, kind, hasCases);
+  }
 
  private:
-  static constexpr std::size_t mostRecent = 32;
-  static constexpr std::size_t growth = 8;
+  static constexpr auto none = ~std::uint32_t{0};
 
-  std::vector<CaseChange> recent_;  // in the order of time
-  std::vector<ChangeRun> runs_;
+  struct Entry {
+    CaseChange change;      // of sign 0 where it was undone
+    std::uint32_t earlier;  // of the same value
+  };
+  /// The changes of one value.
+  struct OfValue {
+    std::uint32_t last = none;
+    std::int32_t total = 0;
+  };
+  struct Hash {
+    std::size_t operator()(Variant const& value) const noexcept {
+      auto const [kind, key] = keyOf(value);
+      return kind == ValueKind::Text ? std::hash<std::string_view>{}(value.stringValue())
+                                     : key * valueKinds + static_cast<u64>(kind);
+    }
+  };
+  struct Equal {
+    bool operator()(Variant const& a, Variant const& b) const noexcept { return compareValues(a, b) == 0; }
+  };
+  using Values = boost::unordered_flat_map<Variant, OfValue, Hash, Equal>;
+  /// Two heaps of keys, some of values that have no cases any more.
+  struct Gained {
+    std::vector<u64> least;
+    std::vector<u64> most;
+  };
+
+  void undoLast(Values::iterator place);
+  void noteGained(Variant const& value);
+  void compact();
+  template <class Order, class HasCases>
+  [[nodiscard]] static std::optional<Variant> firstOf(std::vector<u64>& heap, Order order, ValueKind kind,
+                                                      HasCases& hasCases);
+
+  std::vector<Entry> entries_;  // in the order of time
+  Values values_;
+  std::array<Gained, 2> gained_;  // numbers, whole numbers
+  std::size_t size_ = 0;
+  std::size_t addedSince_ = 0;  // the last compaction
 };
 
 template <class Visit>
-void CaseChanges::forGained(ValueKind kind, Direction direction, Visit visit) const {
-  auto const offer = [&](CaseChange const& change) { return change.sign < 0 || visit(change.value); };
-  for (auto const& run : runs_) {
-    auto const part = run.ofKind(kind);
-    if (direction == Direction::Up) (void)std::ranges::all_of(part, offer);
-    else (void)std::all_of(part.rbegin(), part.rend(), offer);
+void CaseChanges::forCases(Variant const& value, Visit visit) const {
+  auto const found = values_.find(value);
+  if (found == values_.end()) return;
+  boost::container::small_vector<std::uint32_t, 32> places;
+  for (auto place = found->second.last; place != none; place = entries_[place].earlier) places.push_back(place);
+  for (auto const place : std::views::reverse(places)) visit(entries_[place].change);
+}
+
+template <class Order, class HasCases>
+std::optional<Variant> CaseChanges::firstOf(std::vector<u64>& heap, Order order, ValueKind kind, HasCases& hasCases) {
+  while (!heap.empty()) {
+    auto const value = valueOf({kind, heap.front()});
+    if (hasCases(value)) return value;
+    std::ranges::pop_heap(heap, order);
+    heap.pop_back();
   }
-  for (auto const& change : recent_)
-    if (keyOf(change.value).kind == kind) offer(change);
+  return std::nullopt;
 }
 
 }  // namespace casebook

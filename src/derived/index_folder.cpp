@@ -91,7 +91,7 @@ class Folding {
 
 void IndexFolder::fold(ValueIndex& index, ChangeRun const& changes) {
   runs_.clear();
-  Folding folding{index, changes.size(), runs_};
+  Folding folding{index, changes.all().size(), runs_};
   auto const nulls = folding.putMissing({}, changes.of({}));
   auto const nans = folding.putMissing(Variant::nan(), changes.of(Variant::nan()));
   for (auto rest = changes.all(); !rest.empty();) {

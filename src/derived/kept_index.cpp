@@ -21,6 +21,7 @@ bool isNegativeZero(Variant const& value) noexcept { return isZero(value) && val
 void KeptIndex::assign(ValueIndex index, std::vector<Variant> const& column) noexcept {
   index_ = std::move(index);
   changes_.clear();
+  passed_ = {};
   for (std::size_t kind = 0; kind < valueKinds; ++kind) cells_[kind] = index_.cellsOf(static_cast<ValueKind>(kind));
   negativeZeros_ = index_.values().find(0.0) && std::ranges::any_of(column, isNegativeZero);
 }
@@ -49,31 +50,28 @@ void KeptIndex::settleZero(std::vector<Variant> const& column) noexcept {
   if (std::exchange(zeroInDoubt_, false) && negativeZeros_) index_.setZeroNegative(firstZeroIsNegative(column));
 }
 
-bool KeptIndex::isToBeFolded() {
+bool KeptIndex::isToBeFolded() const noexcept {
   constexpr std::size_t alwaysKept = 256;
   constexpr std::size_t leastShare = 16;
-  auto const most = std::max(alwaysKept, index_.cells() / leastShare);
-  if (changes_.size() <= most) return false;
-  changes_.arrange();
-  return changes_.size() > most / 2;
+  return changes_.size() > std::max(alwaysKept, index_.cells() / leastShare);
 }
 
 void KeptIndex::fold(IndexFolder& folder) {
   folder.fold(index_, changes_.asOneRun());
   changes_.clear();
+  passed_ = {};
 }
 
-u64 KeptIndex::casesOf(Variant const& value) const noexcept {
+bool KeptIndex::hasCases(Variant const& value) const noexcept {
+  auto const more = changes_.total(value);
+  return more > 0 || index_.count(value) + static_cast<u64>(more) != 0;
+}
+
+u64 KeptIndex::count(Variant const& value) const noexcept {
   return index_.count(value) + static_cast<u64>(changes_.total(value));
 }
 
-u64 KeptIndex::count(Variant const& value) {
-  changes_.arrange();
-  return casesOf(value);
-}
-
-std::set<u64> KeptIndex::caseIds(Variant const& value) {
-  changes_.arrange();
+std::set<u64> KeptIndex::caseIds(Variant const& value) const {
   auto ids = index_.caseIds(value);
   changes_.forCases(value, [&](CaseChange const& change) {
     u64 const id = (*index_.allCaseIds())[change.rank];
@@ -83,8 +81,7 @@ std::set<u64> KeptIndex::caseIds(Variant const& value) {
   return ids;
 }
 
-std::vector<Variant> KeptIndex::values() {
-  changes_.arrange();
+std::vector<Variant> KeptIndex::values() const {
   auto const& known = index_.values();
   if (changes_.empty()) return known.all();
   std::vector<Variant> values;
@@ -94,11 +91,11 @@ std::vector<Variant> KeptIndex::values() {
     for (; place < end; ++place) values.push_back(known.at(place));
   };
   for (auto const& [value, cases] : changes_.totals()) {
-    if (isMissing(*value)) continue;
-    copyTo(known.placeOf(*value, place));
-    bool const isKnown = known.holds(*value, place);
+    if (isMissing(value)) continue;
+    copyTo(known.placeOf(value, place));
+    bool const isKnown = known.holds(value, place);
     u64 const before = isKnown ? index_.ranksOfValue(place++).size() : 0;
-    if (before + static_cast<u64>(cases) != 0) values.push_back(isZero(*value) ? known.zero() : *value);
+    if (before + static_cast<u64>(cases) != 0) values.push_back(isZero(value) ? known.zero() : value);
   }
   copyTo(known.size());
   return values;
@@ -109,31 +106,32 @@ u64 KeptIndex::casesAt(std::size_t place) const noexcept {
 }
 
 Variant KeptIndex::least(ValueKind kind) {
-  changes_.arrange();
-  auto [place, end] = index_.values().ofKind(kind);
-  while (place < end && casesAt(place) == 0) ++place;
-  Variant least;
-  if (place < end) least = index_.values().at(place);
-  changes_.forGained(kind, CaseChanges::Direction::Up, [&](Variant const& value) {
-    if (!least.isNull() && compareValues(value, least) >= 0) return false;
-    if (casesOf(value) != 0) least = value;
-    return true;
-  });
-  return isZero(least) ? index_.values().zero() : least;
+  auto const [begin, end] = index_.values().ofKind(kind);
+  auto& passed = passed_[static_cast<std::size_t>(kind)].least;
+  while (begin + passed < end && casesAt(begin + passed) == 0) ++passed;
+  auto least = changes_.leastGained(kind, [this](Variant const& value) { return hasCases(value); });
+  if (begin + passed < end) {
+    auto known = index_.values().at(begin + passed);
+    if (!least || compareValues(known, *least) < 0) least = std::move(known);
+  }
+  return withSign(*least);
 }
 
 Variant KeptIndex::most(ValueKind kind) {
-  changes_.arrange();
-  auto [begin, place] = index_.values().ofKind(kind);
-  while (place > begin && casesAt(place - 1) == 0) --place;
-  Variant most;
-  if (place > begin) most = index_.values().at(place - 1);
-  changes_.forGained(kind, CaseChanges::Direction::Down, [&](Variant const& value) {
-    if (!most.isNull() && compareValues(value, most) <= 0) return false;
-    if (casesOf(value) != 0) most = value;
-    return true;
-  });
-  return isZero(most) ? index_.values().zero() : most;
+  auto const [begin, end] = index_.values().ofKind(kind);
+  auto& passed = passed_[static_cast<std::size_t>(kind)].most;
+  while (begin + passed < end && casesAt(end - 1 - passed) == 0) ++passed;
+  auto most = changes_.mostGained(kind, [this](Variant const& value) { return hasCases(value); });
+  if (begin + passed < end) {
+    auto known = index_.values().at(end - 1 - passed);
+    if (!most || compareValues(known, *most) > 0) most = std::move(known);
+  }
+  return withSign(*most);
+}
+
+// A value that is gone may come back to be the smallest: then a case got it, and it is among those gained.
+Variant KeptIndex::withSign(Variant const& value) const noexcept {
+  return isZero(value) ? index_.values().zero() : value;
 }
 
 }  // namespace casebook

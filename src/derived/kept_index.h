@@ -21,19 +21,18 @@ class KeptIndex {
   /// After changes: looks which zero is the first where that is in doubt.
   void settleZero(std::vector<Variant> const& column) noexcept;
 
-  /// Whether there are too many changes, also where those that were undone do not count.
-  [[nodiscard]] bool isToBeFolded();
+  /// Whether there are too many changes; those that were undone mostly do not count.
+  [[nodiscard]] bool isToBeFolded() const noexcept;
   /// When it throws, what is kept is lost.
   void fold(IndexFolder& folder);
 
-  // Questions may put the changes in order.
-  [[nodiscard]] u64 count(Variant const& value);
-  [[nodiscard]] std::set<u64> caseIds(Variant const& value);
-  [[nodiscard]] std::vector<Variant> values();
+  [[nodiscard]] u64 count(Variant const& value) const noexcept;
+  [[nodiscard]] std::set<u64> caseIds(Variant const& value) const;
+  [[nodiscard]] std::vector<Variant> values() const;
   /// Whether any case has a value of this kind.
   [[nodiscard]] bool has(ValueKind kind) const noexcept { return cells_[static_cast<std::size_t>(kind)] != 0; }
-  /// The smallest and the largest value of a kind that it has, which is no missing one. Takes more than some searches
-  /// only where the values beyond have gone since the last folding.
+  /// The smallest and the largest value of a kind, Whole or Number, that it has. Values beyond that have gone since the
+  /// last folding are passed over once.
   [[nodiscard]] Variant least(ValueKind kind);
   [[nodiscard]] Variant most(ValueKind kind);
 
@@ -41,16 +40,25 @@ class KeptIndex {
   [[nodiscard]] bool hasNegativeZero() const noexcept { return negativeZeros_; }
 
  private:
-  [[nodiscard]] u64 casesOf(Variant const& value) const noexcept;
+  [[nodiscard]] bool hasCases(Variant const& value) const noexcept;
   [[nodiscard]] u64 casesAt(std::size_t place) const noexcept;
   [[nodiscard]] std::size_t& cellsOf(Variant const& value) noexcept {
     return cells_[static_cast<std::size_t>(keyOf(value).kind)];
   }
   void noteZero(Variant const& value) noexcept;
+  /// Zero with the sign that stands for both.
+  [[nodiscard]] Variant withSign(Variant const& value) const noexcept;
 
   ValueIndex index_;
   CaseChanges changes_;
+  /// Known values from an end on that have no cases.
+  struct Passed {
+    std::size_t least = 0;
+    std::size_t most = 0;
+  };
+
   std::array<std::size_t, valueKinds> cells_{};  // by kind
+  std::array<Passed, valueKinds> passed_{};
   bool negativeZeros_ = false;
   bool zeroInDoubt_ = false;
 };

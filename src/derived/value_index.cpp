@@ -9,6 +9,17 @@ namespace {
 
 constexpr u64 zeroKey = value_key::ofNumber(0).key;
 
+/// The number of keys below this one; without a branch that nobody can foresee.
+std::size_t lowerBound(std::span<u64 const> keys, u64 key) noexcept {
+  auto const* first = keys.data();
+  for (std::size_t left = keys.size(); left != 0;) {
+    std::size_t const half = (left + 1) / 2;
+    first = first[half - 1] < key ? first + half : first;
+    left -= half;
+  }
+  return static_cast<std::size_t>(first - keys.data());
+}
+
 }  // namespace
 
 void DistinctValues::append(ValueKind kind, u64 key) {
@@ -38,6 +49,7 @@ void DistinctValues::append(DistinctValues&& from, std::size_t begin, std::size_
 
 void DistinctValues::clear() noexcept {
   keys_.clear();
+  steps_.clear();
   wholes_ = 0;
   texts_.clear();
   negativeZero_ = false;
@@ -49,6 +61,9 @@ void DistinctValues::takeFrom(DistinctValues& others) {
   texts_ = std::exchange(others.texts_, {});
   negativeZero_ = others.negativeZero_;
   others.clear();
+  steps_.clear();
+  if (wholes_ != 0 && wholes_ != keys_.size()) return;
+  for (std::size_t place = 0; place < keys_.size(); place += stride) steps_.push_back(keys_[place]);
 }
 
 std::optional<std::size_t> DistinctValues::find(Variant const& value) const noexcept {
@@ -76,7 +91,16 @@ std::size_t DistinctValues::placeIn(std::size_t begin, std::size_t end, Variant 
     auto const part = std::span{all}.subspan(begin - offset, end - begin);
     return begin + static_cast<std::size_t>(std::ranges::lower_bound(part, sought) - part.begin());
   };
-  return begin >= keys_.size() ? lowest(texts_, keys_.size(), value) : lowest(keys_, 0, keyOf(value).key);
+  return begin >= keys_.size() ? lowest(texts_, keys_.size(), value) : placeOfKey(begin, end, keyOf(value).key);
+}
+
+std::size_t DistinctValues::placeOfKey(std::size_t begin, std::size_t end, u64 key) const noexcept {
+  if (!steps_.empty() && begin < end) {
+    std::size_t const past = lowerBound(steps_, key);  // the key is above the step before
+    begin = std::clamp(past == 0 ? 0 : (past - 1) * stride, begin, end);
+    end = std::clamp(past * stride, begin, end);
+  }
+  return begin + lowerBound(std::span{keys_}.subspan(begin, end - begin), key);
 }
 
 bool DistinctValues::isBelow(std::size_t place, Variant const& value) const noexcept {
@@ -96,13 +120,13 @@ std::pair<std::size_t, std::size_t> DistinctValues::ofKind(ValueKind kind) const
 
 Variant DistinctValues::at(std::size_t place) const noexcept {
   if (place >= keys_.size()) return texts_[place - keys_.size()];
-  if (place < wholes_) return Variant::ofWord(keys_[place], Variant::UnsignedInteger);
+  if (place < wholes_) return valueOf({ValueKind::Whole, keys_[place]});
   return number(keys_[place]);
 }
 
 Variant DistinctValues::number(u64 key) const noexcept {
   if (key == zeroKey) return zero();
-  return std::bit_cast<double>(value_key::numberOf(key));
+  return valueOf({ValueKind::Number, key});
 }
 
 std::vector<Variant> DistinctValues::all() const {

@@ -24,7 +24,8 @@ class DistinctValues {
   /// Room for so many texts and no more.
   void reserveTexts(std::size_t count) { texts_.reserve(count); }
   void clear() noexcept;
-  /// Takes all values out of others, which keep their memory; takes no more memory than they need.
+  /// Takes all values out of others, which keep their memory; takes no more memory than they need. From then on it is
+  /// quickly searched.
   void takeFrom(DistinctValues& others);
 
   [[nodiscard]] std::size_t size() const noexcept { return keys_.size() + texts_.size(); }
@@ -49,9 +50,13 @@ class DistinctValues {
   [[nodiscard]] Variant number(u64 key) const noexcept;
   /// Among the places of the value's kind.
   [[nodiscard]] std::size_t placeIn(std::size_t begin, std::size_t end, Variant const& value) const noexcept;
+  [[nodiscard]] std::size_t placeOfKey(std::size_t begin, std::size_t end, u64 key) const noexcept;
   [[nodiscard]] bool isBelow(std::size_t place, Variant const& value) const noexcept;
 
-  std::vector<u64> keys_;  // of whole numbers, then of numbers
+  static constexpr std::size_t stride = 32;
+
+  std::vector<u64> keys_;   // of whole numbers, then of numbers
+  std::vector<u64> steps_;  // every 32nd key where all are of one kind: these few stay in the cache
   std::size_t wholes_ = 0;
   std::vector<Variant> texts_;
   bool negativeZero_ = false;

@@ -2,6 +2,7 @@
 
 #include <casebook/variant.h>
 
+#include <bit>
 #include <compare>
 #include <cstdint>
 
@@ -44,6 +45,12 @@ inline ValueKey keyOf(Variant const& value) noexcept {
     case Variant::String: return {ValueKind::Text, 0};
   }
   return {ValueKind::Null, 0};
+}
+
+/// The value of a key of kind Whole or Number; zero is positive.
+inline Variant valueOf(ValueKey key) {
+  if (key.kind == ValueKind::Whole) return Variant::ofWord(key.key, Variant::UnsignedInteger);
+  return std::bit_cast<double>(value_key::numberOf(key.key));
 }
 
 /// Whether it is a null or a NaN, which are no distinct values.
