@@ -172,10 +172,14 @@ void Calculation::evaluateAllRows() {
   }
 }
 
+// Single rows lie anywhere in each column: all their cells are asked of the memory before the first is waited for.
 void Calculation::evaluateRows() {
   std::span<std::size_t const> rest{plan_->rows};
   while (!rest.empty()) {
     auto const rows = rest.first(std::min(expression::blockRows, rest.size()));
+    for (auto const* const columns : {&plan_->reached.targets(), &plan_->reached.inputs()})
+      for (auto const column : *columns)
+        for (auto const row : rows) __builtin_prefetch(&plan_->cells[column][row]);
     evaluateBlock(rows, [&](Plan& plan) { plan.equations.evaluate(plan.cells, rows, plan.scratch, plan.reached); });
     rest = rest.subspan(rows.size());
   }

@@ -10,56 +10,45 @@ namespace casebook {
 
 namespace {
 
-std::weak_ordering compare(CaseChange const& a, CaseChange const& b) noexcept {
-  auto const values = compareValues(a.value, b.value);
-  return values != 0 ? values : a.rank <=> b.rank;
-}
-
 u64 sortKeyOf(Variant const& value) noexcept {
   auto const [kind, key] = keyOf(value);
   return kind == ValueKind::Text ? text_key::of(value.stringValue()) : key;
 }
 
-/// The places of the changes of one kind in the order of a run: mostly the keys tell it.
-void sortPlaces(std::vector<u64>& places, std::vector<u64> const& keys, std::vector<CaseChange> const& changes) {
-  auto const keyAt = [&](u64 place) { return keys[place]; };
-  KeySort{}.sort(places, keys);
-  for (auto begin = places.begin(); begin != places.end();) {
-    auto const end = std::find_if(begin, places.end(), [&](u64 place) { return keyAt(place) != keyAt(*begin); });
-    if (end - begin > 1) std::sort(begin, end, [&](u64 a, u64 b) { return compare(changes[a], changes[b]) < 0; });
-    begin = end;
-  }
-}
-
-/// Calls `visit` with the changes by value, then by rank.
-template <class Visit>
-void inOrder(std::vector<CaseChange> const& changes, Visit visit) {
+/// The places of values that differ, ascending. Mostly their keys tell the order.
+std::vector<u64> placesInOrder(std::vector<Variant const*> const& values) {
   std::vector<u64> keys;
-  keys.reserve(changes.size());
-  for (auto const& change : changes) keys.push_back(sortKeyOf(change.value));
+  keys.reserve(values.size());
+  for (auto const* const value : values) keys.push_back(sortKeyOf(*value));
   std::vector<u64> places;
-  places.reserve(changes.size());
+  places.reserve(values.size());
   for (auto const kind :
        {ValueKind::Null, ValueKind::Whole, ValueKind::Number, ValueKind::NotANumber, ValueKind::Text}) {
-    places.clear();
-    for (u64 place = 0; place < changes.size(); ++place)
-      if (keyOf(changes[place].value).kind == kind) places.push_back(place);
-    if (places.empty()) continue;
-    sortPlaces(places, keys, changes);
-    for (u64 const place : places) visit(changes[place]);
+    auto const begin = static_cast<std::ptrdiff_t>(places.size());
+    for (u64 place = 0; place < values.size(); ++place)
+      if (keyOf(*values[place]).kind == kind) places.push_back(place);
+    std::span const ofKind{places.begin() + begin, places.end()};
+    KeySort{}.sort(ofKind, keys);
+    if (kind != ValueKind::Text) continue;
+    for (auto rest = ofKind; !rest.empty();) {
+      auto const same = std::ranges::find_if(rest, [&](u64 place) { return keys[place] != keys[rest.front()]; });
+      std::sort(rest.begin(), same, [&](u64 a, u64 b) { return *values[a] < *values[b]; });
+      rest = {same, rest.end()};
+    }
   }
+  return places;
 }
 
 }  // namespace
 
-ChangeRun::ChangeRun(std::vector<CaseChange> const& changes) {
-  changes_.reserve(changes.size());
-  inOrder(changes, [&](CaseChange const& change) {
-    if (!changes_.empty() && changes_.back().sign == 0) changes_.pop_back();
-    if (!changes_.empty() && compare(changes_.back(), change) == 0) changes_.back().sign += change.sign;
-    else changes_.push_back(change);
-  });
-  if (!changes_.empty() && changes_.back().sign == 0) changes_.pop_back();
+void ChangeRun::append(Variant const& value, std::span<Step> steps) {
+  std::ranges::sort(steps, {}, &Step::rank);
+  for (auto step = steps.begin(); step != steps.end();) {
+    auto const rank = step->rank;
+    std::int32_t sign = 0;
+    for (; step != steps.end() && step->rank == rank; ++step) sign += step->sign;
+    if (sign != 0) changes_.push_back({value, rank, sign});
+  }
 }
 
 std::span<CaseChange const> ChangeRun::of(Variant const& value) const noexcept {
@@ -80,27 +69,27 @@ std::span<CaseChange const> leadingValue(std::span<CaseChange const> sorted) noe
   return sorted.first(step / 2 + static_cast<std::size_t>(end - rest.begin()));
 }
 
-void CaseChanges::add(CaseChange change) {
+void CaseChanges::add(CaseChange const& change) {
   constexpr std::size_t alwaysKept = 256;
   if (addedSince_ > alwaysKept + 4 * size_) compact();
   ++addedSince_;
   auto const place = values_.try_emplace(change.value).first;
   auto& [last, total] = place->second;
   total += change.sign;
-  if (last != none && entries_[last].change.rank == change.rank) return undoLast(place);
-  entries_.push_back({std::move(change), last});
+  if (last != none && entries_[last].rank == change.rank) return undoLast(place);
+  entries_.push_back({change.rank, change.sign, last});
   last = static_cast<std::uint32_t>(entries_.size() - 1);
   ++size_;
-  if (entries_.back().change.sign > 0) noteGained(entries_.back().change.value);
+  if (change.sign > 0) noteGained(change.value);
 }
 
 void CaseChanges::undoLast(Values::iterator place) {
   auto& undone = entries_[place->second.last];
-  undone.change.sign = 0;
+  undone.sign = 0;
   --size_;
   place->second.last = undone.earlier;
   if (undone.earlier == none) values_.erase(place);
-  while (!entries_.empty() && entries_.back().change.sign == 0) entries_.pop_back();
+  while (!entries_.empty() && entries_.back().sign == 0) entries_.pop_back();
 }
 
 void CaseChanges::noteGained(Variant const& value) {
@@ -115,11 +104,18 @@ void CaseChanges::noteGained(Variant const& value) {
 
 /// Drops what was undone.
 void CaseChanges::compact() {
-  auto const entries = std::exchange(entries_, {});
+  auto const changes = all();
   clear();
-  for (auto const& entry : entries)
-    if (entry.change.sign != 0) add(entry.change);
+  for (auto const& change : changes) add(change);
   addedSince_ = 0;
+}
+
+/// Those of a value in the order of time.
+std::vector<CaseChange> CaseChanges::all() const {
+  std::vector<CaseChange> all;
+  all.reserve(size_);
+  for (auto const& ofValue : values_) forCases(ofValue, [&](CaseChange const& change) { all.push_back(change); });
+  return all;
 }
 
 void CaseChanges::clear() noexcept {
@@ -133,21 +129,38 @@ void CaseChanges::clear() noexcept {
 }
 
 ChangeRun CaseChanges::asOneRun() const {
-  std::vector<CaseChange> changes;
-  changes.reserve(size_);
-  for (auto const& entry : entries_)
-    if (entry.change.sign != 0) changes.push_back(entry.change);
-  return ChangeRun{changes};
+  ChangeRun run;
+  run.reserve(size_);
+  std::vector<ChangeRun::Step> steps;
+  for (auto const* const ofValue : valuesInOrder()) {
+    steps.clear();
+    for (auto place = ofValue->second.last; place != none; place = entries_[place].earlier)
+      steps.push_back({entries_[place].rank, entries_[place].sign});
+    run.append(ofValue->first, steps);
+  }
+  return run;
 }
 
 auto CaseChanges::totals() const -> std::vector<Total> {
-  std::vector<CaseChange> changes;
-  for (auto const& [value, of] : values_)
-    if (of.total != 0) changes.push_back({value, 0, of.total});
   std::vector<Total> totals;
-  totals.reserve(changes.size());
-  inOrder(changes, [&](CaseChange const& change) { totals.push_back({change.value, change.sign}); });
+  for (auto const* const ofValue : valuesInOrder())
+    if (ofValue->second.total != 0) totals.push_back({ofValue->first, ofValue->second.total});
   return totals;
+}
+
+auto CaseChanges::valuesInOrder() const -> std::vector<Values::value_type const*> {
+  std::vector<Variant const*> values;
+  std::vector<Values::value_type const*> all;
+  values.reserve(values_.size());
+  all.reserve(values_.size());
+  for (auto const& ofValue : values_) {
+    values.push_back(&ofValue.first);
+    all.push_back(&ofValue);
+  }
+  std::vector<Values::value_type const*> ordered;
+  ordered.reserve(all.size());
+  for (u64 const place : placesInOrder(values)) ordered.push_back(all[place]);
+  return ordered;
 }
 
 }  // namespace casebook

@@ -26,8 +26,14 @@ struct CaseChange {
 /// What is left of changes, by value, then by rank, no two of the same value and rank.
 class ChangeRun {
  public:
-  /// In the order in which they happened: what a case gets it did not have, and what it loses it had.
-  explicit ChangeRun(std::vector<CaseChange> const& changes);
+  struct Step {
+    std::uint32_t rank;
+    std::int32_t sign;
+  };
+
+  void reserve(std::size_t changes) { changes_.reserve(changes); }
+  /// All that happened to a value higher than those before, in any order.
+  void append(Variant const& value, std::span<Step> steps);
 
   [[nodiscard]] std::span<CaseChange const> all() const noexcept { return changes_; }
   [[nodiscard]] std::span<CaseChange const> of(Variant const& value) const noexcept;
@@ -43,8 +49,8 @@ class ChangeRun {
 /// nothing.
 class CaseChanges {
  public:
-  /// When it throws, changes are lost.
-  void add(CaseChange change);
+  /// What a case gets it did not have, and what it loses it had. When it throws, changes are lost.
+  void add(CaseChange const& change);
 
   [[nodiscard]] std::size_t size() const noexcept { return size_; }
   [[nodiscard]] bool empty() const noexcept { return size_ == 0; }
@@ -84,7 +90,8 @@ class CaseChanges {
   static constexpr auto none = ~std::uint32_t{0};
 
   struct Entry {
-    CaseChange change;      // of sign 0 where it was undone
+    std::uint32_t rank;
+    std::int32_t sign;      // 0 where it was undone
     std::uint32_t earlier;  // of the same value
   };
   /// The changes of one value.
@@ -109,9 +116,14 @@ class CaseChanges {
     std::vector<u64> most;
   };
 
+  template <class Visit>
+  void forCases(Values::value_type const& ofValue, Visit visit) const;
+
   void undoLast(Values::iterator place);
   void noteGained(Variant const& value);
   void compact();
+  [[nodiscard]] std::vector<CaseChange> all() const;
+  [[nodiscard]] std::vector<Values::value_type const*> valuesInOrder() const;
   template <class Order, class HasCases>
   [[nodiscard]] static std::optional<Variant> firstOf(std::vector<u64>& heap, Order order, ValueKind kind,
                                                       HasCases& hasCases);
@@ -125,11 +137,15 @@ class CaseChanges {
 
 template <class Visit>
 void CaseChanges::forCases(Variant const& value, Visit visit) const {
-  auto const found = values_.find(value);
-  if (found == values_.end()) return;
+  if (auto const found = values_.find(value); found != values_.end()) forCases(*found, visit);
+}
+
+template <class Visit>
+void CaseChanges::forCases(Values::value_type const& ofValue, Visit visit) const {
+  auto const& [value, changes] = ofValue;
   boost::container::small_vector<std::uint32_t, 32> places;
-  for (auto place = found->second.last; place != none; place = entries_[place].earlier) places.push_back(place);
-  for (auto const place : std::views::reverse(places)) visit(entries_[place].change);
+  for (auto place = changes.last; place != none; place = entries_[place].earlier) places.push_back(place);
+  for (auto const place : std::views::reverse(places)) visit({value, entries_[place].rank, entries_[place].sign});
 }
 
 template <class Order, class HasCases>

@@ -51,8 +51,8 @@ void KeptIndex::settleZero(std::vector<Variant> const& column) noexcept {
 }
 
 bool KeptIndex::isToBeFolded() const noexcept {
-  constexpr std::size_t alwaysKept = 256;
-  constexpr std::size_t leastShare = 16;
+  constexpr std::size_t alwaysKept = 1024;
+  constexpr std::size_t leastShare = 8;
   return changes_.size() > std::max(alwaysKept, index_.cells() / leastShare);
 }
 

@@ -59,9 +59,10 @@ void EquationPlan::addSteps(std::size_t equation, RegisterOf& registerOf) {
 // Equations come after those whose targets they read; those on a circle, which read nothing, before all. A load that
 // was meant for an equation that is left out stands early, but not before what gives its column.
 void EquationPlan::selectReached(std::span<std::size_t const> positions, Selection& selection) const {
-  auto& [steps, targets, reached] = selection;
+  auto& [steps, targets, inputs, reached] = selection;
   reached.assign(positions.begin(), positions.end());
   targets.clear();
+  inputs.clear();
   steps.clear();
   auto const isReached = [&](std::size_t column) { return std::ranges::binary_search(reached, column); };
   auto const select = [&](std::size_t column) {
@@ -85,6 +86,8 @@ void EquationPlan::selectReached(std::span<std::size_t const> positions, Selecti
       if (input != none) isRead[input] = true;
   }
   std::erase_if(steps, [&](Step const& step) { return step.kind == Step::Kind::Load && !isRead[step.index]; });
+  for (auto const& [kind, index] : steps)
+    if (kind == Step::Kind::Load) inputs.push_back(inputs_[index]);
 }
 
 void EquationPlan::evaluate(Columns columns, std::size_t first, std::size_t last, Scratch& scratch,

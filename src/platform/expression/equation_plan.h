@@ -93,11 +93,14 @@ class EquationPlan::Selection {
  public:
   /// The columns that are written.
   [[nodiscard]] std::vector<std::size_t> const& targets() const noexcept { return targets_; }
+  /// The columns that are read as numbers.
+  [[nodiscard]] std::vector<std::size_t> const& inputs() const noexcept { return inputs_; }
 
  private:
   friend class EquationPlan;
   std::vector<Step> steps_;
   std::vector<std::size_t> targets_;
+  std::vector<std::size_t> inputs_;
   std::vector<std::size_t> reached_;  // columns, ascending
 };
 
