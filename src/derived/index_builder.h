@@ -25,8 +25,8 @@ class IndexBuilder {
   std::size_t putMissing(ValueKind kind);
   void putNumbers(ValueKind kind);
   void putTexts(Column const& column);
-  template <class Append>
-  void putRuns(std::span<u64 const> positions, Append append);
+  void viewTexts(Column const& column, std::span<u64 const> positions);
+  void putRuns(std::span<u64 const> positions);
   void putRanks(std::span<u64 const> positions);
 
   CaseOrder const* order_ = nullptr;  // borrowed while an index is built
@@ -35,6 +35,7 @@ class IndexBuilder {
   FewValues fewValues_;
   std::vector<u64> keys_;                             // by position
   std::vector<ValueKind> kinds_;                      // by position
+  std::vector<std::string_view> texts_;               // by position
   std::vector<u64> positions_;                        // by kind
   std::array<std::size_t, valueKinds + 1> begins_{};  // of the kinds in `positions_`, and the end
   std::vector<std::uint32_t> ends_;                   // of the distinct values in the positions of one kind

@@ -76,12 +76,15 @@ void TextSort::split(Range range, std::span<u64> positions, TextAt textAt, std::
   auto const part = positions.subspan(range.begin, range.end - range.begin);
   auto const first = textAt(part.front()).substr(range.depth);
   std::size_t shared = first.size();
-  for (u64 const position : part) {
-    if (shared == 0) break;
-    shared = text_key::sharedBytes(first.substr(0, shared), textAt(position).substr(range.depth));
-  }
+  auto const rest = [&](std::size_t k) {
+    constexpr std::size_t ahead = 8;  // steps in which memory answers
+    if (k + ahead < part.size()) __builtin_prefetch(textAt(part[k + ahead]).data() + range.depth);
+    return textAt(part[k]).substr(range.depth);
+  };
+  for (std::size_t k = 0; k < part.size() && shared != 0; ++k)
+    shared = text_key::sharedBytes(first.substr(0, shared), rest(k));
   range.depth += shared;
-  for (u64 const position : part) keys[position] = text_key::of(textAt(position).substr(range.depth));
+  for (std::size_t k = 0; k < part.size(); ++k) keys[part[k]] = text_key::of(rest(k));
   keySort_.sort(part, keys);
   markRuns(range, positions, keys);
 }
