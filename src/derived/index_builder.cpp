@@ -67,16 +67,28 @@ void IndexBuilder::putNumbers(ValueKind kind) {
   auto const equal = [&](u64 a, u64 b) { return keyAt(a) == keyAt(b); };
   auto const less = [&](u64 a, u64 b) { return keyAt(a) < keyAt(b); };
   ends_.clear();
-  if (positions.size() >= leastToCount && fewValues_.collect(positions, keyAt, equal)) {
-    fewValues_.arrange(positions, less, ends_);
-  } else {
+  if (positions.size() < leastToCount || !fewValues_.collect(positions, keyAt, equal)) {
     keySort_.sort(positions, keys_);
-    for (std::size_t i = 1; i <= positions.size(); ++i)
-      if (i == positions.size() || !equal(positions[i - 1], positions[i]))
-        ends_.push_back(static_cast<std::uint32_t>(i));
+    return putSorted(kind, positions);
   }
+  fewValues_.arrange(positions, less, ends_);
   for (std::size_t begin = 0; std::size_t const end : ends_)
     runs_.values.append(kind, keyAt(positions[std::exchange(begin, end)]));
+  putRuns(positions);
+}
+
+// Where nearly all values differ, their keys lie anywhere.
+void IndexBuilder::putSorted(ValueKind kind, std::span<u64 const> positions) {
+  u64 last = 0;
+  for (std::size_t k = 0; k < positions.size(); ++k) {
+    if (k + 2 * ahead < positions.size()) __builtin_prefetch(&keys_[positions[k + 2 * ahead]]);
+    u64 const key = keys_[positions[k]];
+    if (k != 0 && key == last) continue;
+    if (k != 0) ends_.push_back(static_cast<std::uint32_t>(k));
+    runs_.values.append(kind, key);
+    last = key;
+  }
+  if (!positions.empty()) ends_.push_back(static_cast<std::uint32_t>(positions.size()));
   putRuns(positions);
 }
 

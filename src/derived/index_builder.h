@@ -24,6 +24,7 @@ class IndexBuilder {
   [[nodiscard]] std::span<u64> positionsOf(ValueKind kind) noexcept;
   std::size_t putMissing(ValueKind kind);
   void putNumbers(ValueKind kind);
+  void putSorted(ValueKind kind, std::span<u64 const> positions);
   void putTexts(Column const& column);
   void viewTexts(Column const& column, std::span<u64 const> positions);
   void putRuns(std::span<u64 const> positions);
