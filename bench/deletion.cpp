@@ -77,10 +77,10 @@ class Sqlite : public DeletionPeer {
 }  // namespace
 
 std::vector<Workload> deletion() {
-  return {{"deletion",
-           "every second record deleted in one transaction; all fresh at the end",
-           {contestant<Casebook>("casebook", ""),
-            contestant<Sqlite>("SQLite session", "no statistics or indexes kept up")}}};
+  return {
+      {"deletion",
+       "every second record deleted in one transaction; all fresh at the end",
+       {contestant<Casebook>(library, ""), contestant<Sqlite>("SQLite session", "no statistics or indexes kept up")}}};
 }
 
 }  // namespace casebook::bench

@@ -172,7 +172,7 @@ std::vector<Workload> expressions() {
   return {
       {"expressions",
        "ten expressions over all records",
-       {contestant<Casebook>("casebook", ""),
+       {contestant<Casebook>(library, ""),
         contestant<MuParser>("muParser, bulk", "reads packed numbers; loses missing values in comparisons and choices"),
         pandasContestant("numexpr", "reads and writes packed numbers; loses missing values in comparisons and choices",
                          "Expressions", [](u64 rows) { return std::vector<Sheet>{inputSheet(rows)}; }),

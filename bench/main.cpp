@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <set>
 
 namespace casebook::bench {
 
@@ -16,6 +17,7 @@ namespace {
 
 struct Options {
   std::vector<std::string> work;
+  std::vector<std::string> peers;
   std::vector<u64> records;
   std::size_t rounds = 3;
   bool quick = false;
@@ -35,7 +37,8 @@ std::string number(double value) {
 }
 
 std::string cell(Result const& result) {
-  return fmt::format("{} ({}x)", number(result.median()), result.ratio ? number(*result.ratio) : "-");
+  auto const ratio = result.ratio ? fmt::format(" ({}x)", number(*result.ratio)) : "";
+  return number(result.median()) + ratio;
 }
 
 /// The names of what was measured, each with its unit, in the order in which they came.
@@ -78,8 +81,18 @@ void printJson(Workload const& workload, u64 records, Outcome const& outcome) {
   std::fflush(stdout);
 }
 
-bool isWanted(Workload const& workload, Options const& options) {
-  return options.work.empty() || std::ranges::find(options.work, workload.name) != options.work.end();
+bool isWanted(std::string const& name, std::vector<std::string> const& wanted) {
+  return wanted.empty() || std::ranges::find(wanted, name) != wanted.end();
+}
+
+/// The workloads asked for, with the contestants asked for; those that have none of these are left out.
+std::vector<Workload> wantedWorkloads(Options const& options) {
+  auto wanted = allWorkloads();
+  std::erase_if(wanted, [&](Workload const& workload) { return !isWanted(workload.name, options.work); });
+  for (auto& workload : wanted)
+    std::erase_if(workload.contestants, [&](Contestant const& peer) { return !isWanted(peer.name, options.peers); });
+  std::erase_if(wanted, [](Workload const& workload) { return workload.contestants.empty(); });
+  return wanted;
 }
 
 std::vector<u64> sizesOf(Workload const& workload, Options const& options) {
@@ -89,29 +102,37 @@ std::vector<u64> sizesOf(Workload const& workload, Options const& options) {
   return sizes;
 }
 
-/// False when any peer failed.
+/// False when any peer failed, or nothing was to be done.
 bool runAll(Options const& options) {
   bool good = true;
-  for (auto const& workload : allWorkloads()) {
-    if (!isWanted(workload, options)) continue;
+  auto const workloads = wantedWorkloads(options);
+  if (workloads.empty()) fmt::print(stderr, "None of these peers takes part in this work.\n");
+  for (auto const& workload : workloads)
     for (u64 const records : sizesOf(workload, options)) {
       auto const outcome = run(workload, records, options.rounds);
       printTable(options.json ? stderr : stdout, workload, records, outcome);
       if (options.json) printJson(workload, records, outcome);
       good = good && outcome.failures.empty();
     }
-  }
-  return good;
+  return good && !workloads.empty();
 }
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a peer that ended is told of by what it does not answer
   std::vector<std::string> names;
-  for (auto const& workload : allWorkloads()) names.push_back(workload.name);
+  std::set<std::string> peers;
+  for (auto const& workload : allWorkloads()) {
+    names.push_back(workload.name);
+    for (auto const& contestant : workload.contestants) peers.insert(contestant.name);
+  }
   Options options;
   CLI::App program{"Runs the library beside its peers, and prints medians and their ratios to the library's."};
   program.add_option("--work", options.work, "Run the named workload alone; may be given again")
       ->check(CLI::IsMember(names));
+  program
+      .add_option("--peer", options.peers,
+                  "Run the named contestant alone, \"casebook\" being the library; may be given again")
+      ->check(CLI::IsMember(peers));
   program.add_option("--records", options.records, "Run at this number of records; may be given again")
       ->check(CLI::Range(100, 10'000'000));
   program.add_option("--rounds", options.rounds, "Rounds that count, after one that warms up")

@@ -149,7 +149,7 @@ std::vector<Sheet> allSheets(u64 records) {
 std::vector<Workload> memory() {
   return {{"memory",
            "what tables take when they are filled",
-           {contestant<Casebook>("casebook", ""), contestant<Sqlite>("SQLite", "no statistics or indexes"),
+           {contestant<Casebook>(library, ""), contestant<Sqlite>("SQLite", "no statistics or indexes"),
             pandasContestant("pandas", "counted by itself; texts of few values are categories; no statistics", "Memory",
                              allSheets),
             contestant<Made<qt::Columns>>("Qt variants", "no statistics"),

@@ -318,18 +318,18 @@ std::vector<Workload> merges() {
   return {
       {"append",
        "as many rows appended as the table has",
-       {contestant<Casebook>("casebook", "", append), contestant<SqliteAppend>("SQLite session", sqliteLacks),
+       {contestant<Casebook>(library, "", append), contestant<SqliteAppend>("SQLite session", sqliteLacks),
         contestant<UndoStackAppend<qt::Columns>>("QUndoStack, variants", undoStackLacks),
         contestant<UndoStackAppend<qt::Items>>("QUndoStack, item model", undoStackLacks),
         contestant<PlainAppend>("plain", plainLacks)}},
       {"by-id",
        "all rows of the table merged by case identifier, 30% of the cells differ",
-       {contestant<Casebook>("casebook", "", byId), contestant<SqliteById>("SQLite session", sqliteLacks),
+       {contestant<Casebook>(library, "", byId), contestant<SqliteById>("SQLite session", sqliteLacks),
         pandas(byId, "MergeById"), contestant<PlainById>("plain", plainLacks)}},
       {"by-key",
        "as many rows as the table has merged by three key columns with duplicates; each row of the table is claimed "
        "once, the rest is appended",
-       {contestant<Casebook>("casebook", "", byKey), contestant<SqliteByKey>("SQLite session", sqliteLacks),
+       {contestant<Casebook>(library, "", byKey), contestant<SqliteByKey>("SQLite session", sqliteLacks),
         pandas(byKey, "MergeByKey"), contestant<PlainByKey>("plain", plainLacks)}}};
 }
 

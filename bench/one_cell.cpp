@@ -420,7 +420,7 @@ std::vector<Workload> oneCell() {
       {"one-cell",
        "one cell written in a transaction of its own, then a count, the range and a set of cases asked of its "
        "column and of a calculated one",
-       {contestant<Casebook>("casebook", ""),
+       {contestant<Casebook>(library, ""),
         contestant<SqliteIndexes>("SQLite, all indexed", "no block to store; undo is a second write"),
         contestant<SqliteSession>("SQLite session", "keeps nothing fresh and answers nothing"),
         contestant<UndoStack>("QUndoStack, variants", "no block to store; keeps nothing fresh and answers nothing"),

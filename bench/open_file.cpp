@@ -83,7 +83,7 @@ class OpenFile : public Peer {
 std::vector<Workload> openFile() {
   return {{"open-file",
            "a file of 10,000 records by 5 columns opened, in which that many edits each wrote one cell",
-           {contestant<OpenFile>("casebook", "")},
+           {contestant<OpenFile>(library, "")},
            {10'000}}};
 }
 

@@ -53,6 +53,9 @@ class Peer {
 /// Answers for a peer on standard input and output until the input ends (worker.h has the lines).
 void serve(std::unique_ptr<Peer> peer);
 
+/// The name of the contestant by which the others are measured.
+inline std::string const library = "casebook";
+
 struct Contestant {
   std::string name;
   std::string lacks;             ///< what it does not do, as a clause
@@ -69,7 +72,7 @@ Contestant contestant(std::string name, std::string lacks, More... more) {
 struct Workload {
   std::string name;
   std::string title;
-  std::vector<Contestant> contestants;  ///< the library first: the others are measured by it
+  std::vector<Contestant> contestants;  ///< the library first
   std::vector<u64> sizes{100'000};      ///< the numbers of records at which it runs
 };
 

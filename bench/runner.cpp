@@ -77,9 +77,10 @@ class Race {
   }
 
   [[nodiscard]] std::optional<double> ratioOf(Result const& result) const {
-    auto const& standard = runners_.front().results;
-    auto const at = std::ranges::find(standard, result.measure, &Result::measure);
-    if (at == standard.end()) return {};
+    auto const standard = std::ranges::find(runners_, library, &Runner::name);
+    if (standard == runners_.end()) return {};
+    auto const at = std::ranges::find(standard->results, result.measure, &Result::measure);
+    if (at == standard->results.end()) return {};
     std::vector<double> ratios;
     std::ranges::transform(result.rounds, at->rounds, std::back_inserter(ratios), std::divides{});
     return medianOf(ratios);

@@ -14,7 +14,7 @@ struct Result {
   std::string measure;
   std::string unit;
   std::vector<double> rounds;
-  std::optional<double> ratio;  ///< to the first contestant: the median of the rounds' ratios
+  std::optional<double> ratio;  ///< to the library: the median of the rounds' ratios
 
   [[nodiscard]] double median() const;
 };

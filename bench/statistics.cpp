@@ -229,7 +229,7 @@ std::vector<Workload> statistics() {
   return {
       {"statistics",
        "the statistics of all columns rebuilt after half of the cells changed",
-       {contestant<Casebook>("casebook", ""),
+       {contestant<Casebook>(library, ""),
         pandasContestant("pandas factorize", "leaves the values unordered; one processor", "Statistics", bothVersions),
         std::move(mapOfSets), contestant<Plain<Flat>>("plain", "flat arrays that nothing keeps up: the floor")},
        {10'000, 100'000, 1'000'000}}};

@@ -284,14 +284,14 @@ std::vector<Workload> tags() {
   return {
       {"tags",
        "which of 50 rules match which paths, as many as there would be records",
-       {contestant<Casebook>("casebook", ""), contestant<OneByOne<Fnmatch>>("fnmatch", "keeps no answers"),
+       {contestant<Casebook>(library, ""), contestant<OneByOne<Fnmatch>>("fnmatch", "keeps no answers"),
         contestant<OneByOne<Re2>>("RE2", "keeps no answers"),
         contestant<Re2Set>("RE2::Set", "keeps no answers; all rules in one automaton, made anew when one changes"),
         std::move(boost),
         contestant<OneByOne<Wildcard>>("plain", "keeps no answers; a few lines that try one pattern after the other")}},
       {"tag-edits",
        "one edit in a transaction of its own among as many files, with 50 rules and 20 groups of tags",
-       {contestant<TagEdits>("casebook", "")}}};
+       {contestant<TagEdits>(library, "")}}};
 }
 
 }  // namespace casebook::bench

@@ -224,7 +224,7 @@ class Plain : public WritePeer {
 std::vector<Contestant> contestants(WritePeer::Timed timed) {
   std::string const undoStackLacks =
       "no block to store (its record's size is without the texts), no statistics, no calculated columns, no checks";
-  return {contestant<Casebook>("casebook", "", timed),
+  return {contestant<Casebook>(library, "", timed),
           contestant<Sqlite>("SQLite session", "no statistics, indexes or calculated columns kept up", timed),
           contestant<UndoStack<qt::Columns>>("QUndoStack, variants", undoStackLacks, timed),
           contestant<UndoStack<qt::Items>>("QUndoStack, item model", undoStackLacks, timed),
