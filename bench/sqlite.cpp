@@ -99,6 +99,13 @@ void Database::fill(std::string const& table, Sheet const& sheet) {
   execute("COMMIT");
 }
 
+void Database::indexColumns(std::string const& table, std::size_t count) {
+  for (std::size_t k = 1; k < count; ++k) {
+    auto const& name = studyColumns()[k].name;
+    execute("CREATE INDEX i" + name + " ON " + table + "(" + name + ")");
+  }
+}
+
 u64 Database::checksum(std::string const& table) {
   auto all = prepare("SELECT * FROM " + table + " ORDER BY 1");
   Checksum checksum;

@@ -56,6 +56,8 @@ class Database {
   [[nodiscard]] Statement prepare(std::string const& sql) { return {handle(), sql}; }
   /// Fills a table of as many columns as the sheet has.
   void fill(std::string const& table, Sheet const& sheet);
+  /// Makes an index on each of the study's first columns but the case identifiers.
+  void indexColumns(std::string const& table, std::size_t count);
   /// Of all cells of a table, its rows by its first column.
   [[nodiscard]] u64 checksum(std::string const& table);
   [[nodiscard]] sqlite3* handle() const noexcept { return handle_.get(); }
