@@ -26,8 +26,8 @@ struct Options {
 
 std::vector<Workload> allWorkloads() {
   std::vector<Workload> all;
-  for (auto const& some :
-       {oneCell(), writes(), statistics(), merges(), deletion(), expressions(), tags(), openFile(), memory()})
+  for (auto const& some : {oneCell(), oneRecord(), writes(), statistics(), merges(), deletion(), expressions(), tags(),
+                           openFile(), memory()})
     all.insert(all.end(), some.begin(), some.end());
   return all;
 }

@@ -6,6 +6,7 @@
 namespace casebook::bench {
 
 [[nodiscard]] std::vector<Workload> oneCell();
+[[nodiscard]] std::vector<Workload> oneRecord();
 [[nodiscard]] std::vector<Workload> writes();
 [[nodiscard]] std::vector<Workload> statistics();
 [[nodiscard]] std::vector<Workload> merges();
