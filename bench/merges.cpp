@@ -303,12 +303,17 @@ class UndoStackAppend : public MergePeer {
 };
 
 Contestant pandas(Kind kind, std::string const& name) {
+  bool const asTexts = name.starts_with("MergeTexts");
   return pandasContestant(
-      "pandas", "keeps the changes as arrays, no stored block; no statistics, no checks", name,
-      [kind](u64 records) { return std::vector{studySheet(records), kind.incoming(records).cells}; });
+      asTexts ? "pandas, texts" : "pandas, categories",
+      std::string{"keeps the changes as arrays, no stored block; no statistics, no checks"} +
+          (asTexts ? "" : "; the incoming texts of few values are categories beforehand"),
+      name, [kind](u64 records) { return std::vector{studySheet(records), kind.incoming(records).cells}; });
 }
 
-constexpr char const* sqliteLacks = "no statistics or indexes kept up, no checks of names and types, no change signals";
+constexpr char const* sqliteLacks =
+    "no statistics or indexes kept up, no checks of names and types, no change signals; the incoming rows lie in its "
+    "database beforehand";
 constexpr char const* plainLacks = "nothing but cells and bytes of a journal: the floor";
 constexpr char const* undoStackLacks = "no block to store, no statistics, no checks; the rows lie converted beforehand";
 
@@ -325,12 +330,12 @@ std::vector<Workload> merges() {
       {"by-id",
        "all rows of the table merged by case identifier, 30% of the cells differ",
        {contestant<Casebook>(library, "", byId), contestant<SqliteById>("SQLite session", sqliteLacks),
-        pandas(byId, "MergeById"), contestant<PlainById>("plain", plainLacks)}},
+        pandas(byId, "MergeTextsById"), pandas(byId, "MergeById"), contestant<PlainById>("plain", plainLacks)}},
       {"by-key",
        "as many rows as the table has merged by three key columns with duplicates; each row of the table is claimed "
        "once, the rest is appended",
        {contestant<Casebook>(library, "", byKey), contestant<SqliteByKey>("SQLite session", sqliteLacks),
-        pandas(byKey, "MergeByKey"), contestant<PlainByKey>("plain", plainLacks)}}};
+        pandas(byKey, "MergeTextsByKey"), pandas(byKey, "MergeByKey"), contestant<PlainByKey>("plain", plainLacks)}}};
 }
 
 }  // namespace casebook::bench

@@ -20,6 +20,7 @@ import pandas as pd
 from pandas._libs.algos import ensure_platform_int, groupsort_indexer
 
 KEYS = ["c1", "c2", "c26"]
+FEW_TEXTS = [f"c{number}" for number in range(26, 36)]
 
 
 def read_sheet(path):
@@ -43,28 +44,27 @@ def read_sheet(path):
     return pd.DataFrame(series)
 
 
-def with_categories(*frames):
-    """The same frames with the columns of few texts as categories that they share."""
-    for name in frames[0].columns[26:36] if "Case ID" in frames[0] else frames[0].columns[25:35]:
-        together = pd.api.types.union_categoricals([pd.Categorical(frame[name]) for frame in frames], sort_categories=True)
-        for frame in frames:
-            frame[name] = pd.Categorical(frame[name], dtype=together.dtype)
-    return frames
-
-
-def checksum(frame):
-    """The checksum of study.h, the frame's first column being that of the case identifiers."""
+def checksum(columns):
+    """The checksum of study.h over arrays, or the columns of a frame."""
     total = 0
-    weight = 2 * np.arange(len(frame), dtype=np.uint64) + np.uint64(1)
-    for number, name in enumerate(frame.columns):
-        column = frame[name]
+    for number, column in enumerate(columns):
         if column.dtype == np.float64:
-            values = column.to_numpy() + 0.0
+            values = np.asarray(column) + 0.0
             hashes = np.where(np.isnan(values), np.uint64(1), values.view(np.uint64) + np.uint64(3))
         else:
             hashes = np.fromiter((zlib.crc32(text.encode()) for text in column), np.uint64, len(column)) + np.uint64(2)
+        weight = 2 * np.arange(len(column), dtype=np.uint64) + np.uint64(1)
         total += int((hashes * weight).sum(dtype=np.uint64)) * (number + 1)
     return total % 2**64
+
+
+def cells_of(frame):
+    return (frame[name] for name in frame.columns)
+
+
+def read_again(texts):
+    """The same texts as objects whose hashes are not yet known, as in a table that was just read."""
+    return np.array([text.encode().decode() for text in texts], dtype=object)
 
 
 def status(name):
@@ -89,13 +89,30 @@ class PeakMemory:
 
 
 class Merge:
-    """Merges, keeps what was written as arrays of rows, old and new values, and undoes it from them."""
+    """Merges, keeps what was written as arrays of rows, old and new values, and undoes it from them. The table has its
+    few texts as categories; the incoming ones have some of their own, as if they had been read so, or none."""
 
     def __init__(self, table, incoming):
-        self.table, self.incoming = with_categories(table, incoming)
+        for name in FEW_TEXTS:
+            table[name] = pd.Categorical(table[name])
+            if self.INCOMING_CATEGORIES:
+                incoming[name] = pd.Categorical(incoming[name], pd.unique(incoming[name]))
+        self.table, self.incoming = table, incoming
         self.changes = []
         self.rows = len(table)
-        self.memory = PeakMemory()
+        self.memory = None  # from before the first round
+
+    def take_in(self):
+        """The incoming frame with its few texts in the categories of the table, which get those that they lack."""
+        columns = dict(self.incoming.items())
+        for name in FEW_TEXTS:
+            new = pd.Categorical(columns[name])
+            column = self.table[name].array
+            lacking = new.categories.difference(column.categories)
+            if len(lacking):
+                self.table[name] = column = column.add_categories(lacking)
+            columns[name] = new.set_categories(column.categories)
+        return pd.DataFrame(columns, copy=False)
 
     def overwrite(self, rows, source):
         """Writes what differs into these rows; `source` holds their new values, row by row."""
@@ -114,6 +131,11 @@ class Merge:
             self.changes.append((name, rows[where], old[where], new[where]))
             column[rows[where]] = new[where]
 
+    def read_incoming(self):
+        for name in self.incoming.columns:
+            if self.incoming[name].dtype == object:
+                self.incoming[name] = read_again(self.incoming[name])
+
     def undo(self):
         if len(self.table) != self.rows:
             self.table = self.table.iloc[: self.rows].copy()
@@ -122,28 +144,34 @@ class Merge:
         self.changes = []
 
     def round(self, report):
+        self.read_incoming()
+        self.memory = self.memory or PeakMemory()
         self.memory.restart()
         start = time.perf_counter()
-        self.merge()
+        self.merge(self.take_in())
         report.milliseconds("merged and recorded", time.perf_counter() - start)
         report.figure("peak memory", "MB", self.memory.megabytes())
-        report.check("cells", checksum(self.table))
+        report.check("cells", checksum(cells_of(self.table)))
         start = time.perf_counter()
         self.undo()
         report.milliseconds("undo", time.perf_counter() - start)
-        report.check("cells undone", checksum(self.table))
+        report.check("cells undone", checksum(cells_of(self.table)))
 
 
 class MergeById(Merge):
-    def merge(self):
-        rows = pd.Index(self.table["Case ID"]).get_indexer(self.incoming["Case ID"])
+    INCOMING_CATEGORIES = True
+
+    def merge(self, incoming):
+        rows = pd.Index(self.table["Case ID"]).get_indexer(incoming["Case ID"])
         known = rows >= 0
-        self.overwrite(rows[known], self.incoming if known.all() else self.incoming[known])
+        self.overwrite(rows[known], incoming if known.all() else incoming[known])
 
 
 class MergeByKey(Merge):
-    def merge(self):
-        table, incoming = self.table, self.incoming
+    INCOMING_CATEGORIES = True
+
+    def merge(self, incoming):
+        table = self.table
 
         def numbered(frame):
             count = frame.groupby(KEYS, dropna=False, sort=False, observed=True).cumcount()
@@ -158,32 +186,68 @@ class MergeByKey(Merge):
         self.table = pd.concat([table, rest], ignore_index=True)
 
 
+class MergeTextsById(MergeById):
+    INCOMING_CATEGORIES = False
+
+
+class MergeTextsByKey(MergeByKey):
+    INCOMING_CATEGORIES = False
+
+
 class Statistics:
-    """The statistics of all columns of two tables in turn."""
+    """The statistics of all columns of two tables in turn: the values of each, the rows of each value, one behind the
+    other, where those of a value begin or end, the number of missing values and the range."""
 
     def __init__(self, *tables):
-        self.tables = list(tables)
+        self.tables = [{name: table[name].to_numpy() for name in table.columns} for table in tables]
 
     def round(self, report):
         table = self.tables[0]
         self.tables.reverse()
+        for column in table.values():
+            if column.dtype == object:
+                column[::2] = read_again(column[::2])
         start = time.perf_counter()
-        # Each with the rows of each value, one behind the other, and where those of a value end.
-        kept = [self.of(table[name]) for name in table.columns]
+        kept = [self.of(column) for column in table.values()]
         report.milliseconds("all columns", time.perf_counter() - start)
         total = 0
-        for number, (values, _, ends, missing, least_and_greatest) in enumerate(kept):
+        for number, (values, _, _, missing, least_and_greatest) in enumerate(kept):
             weights = [2 * len(values) + 1, 2 * len(values) + 1, 2 * len(values) + 3]
             for value, weight in zip((missing, *least_and_greatest), weights):
                 total += (int(np.float64(value + 0.0).view(np.uint64)) + 3) * (number + 1) * weight
         report.check("statistics", total % 2**64)
+        self.check(report, kept)
+
+    def check(self, report, kept):
+        pass
 
     @staticmethod
-    def of(column):
-        codes, values = pd.factorize(column)
+    def of(column, sort=False):
+        codes, values = pd.factorize(column, sort=sort)
         order, counts = groupsort_indexer(ensure_platform_int(codes), len(values))
         numbers = column.dtype == np.float64
         return values, order, counts.cumsum(), counts[0], (values.min(), values.max()) if numbers else ()
+
+
+class SortedStatistics(Statistics):
+    """Cells of many values are sorted, texts as bytes, which is several times as fast as to hash them and sort those
+    that are left."""
+
+    def check(self, report, kept):
+        report.check("first values", checksum(values[:1000] for values, *_ in kept))
+
+    @classmethod
+    def of(cls, column):
+        if pd.Series(column[:1000]).nunique() < 500:
+            return super().of(column, sort=True)
+        numbers = column.dtype == np.float64
+        keys = column if numbers else np.array([text.encode() for text in column])
+        order = np.argsort(keys, kind="stable")
+        missing = np.count_nonzero(np.isnan(keys)) if numbers else 0
+        ordered = keys[order[: len(keys) - missing]]
+        begins = np.flatnonzero(np.concatenate(([True], ordered[1:] != ordered[:-1])))
+        values = ordered[begins] if numbers else column[order[begins]]
+        return values, order, begins, missing, (values[0], values[-1]) if numbers else ()
 
 
 class Memory:

@@ -11,6 +11,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <ranges>
 #include <set>
 #include <string_view>
 #include <thread>
@@ -51,6 +52,26 @@ struct Summary {
   }
 };
 
+/// Of the first values in their order.
+class FirstValues {
+ public:
+  template <class Values>
+  void add(u64 column, Values&& values) {
+    u64 place = 0;
+    for (auto at = values.begin(); at != values.end() && place < compared; ++at, ++place) add(column, place, *at);
+  }
+  [[nodiscard]] u64 checksum() const noexcept { return checksum_.value(); }
+
+ private:
+  static constexpr u64 compared = 1000;
+
+  void add(u64 column, u64 place, Variant const& value) { checksum_.add(column, place, value); }
+  void add(u64 column, u64 place, double value) { checksum_.addNumber(column, place, value); }
+  void add(u64 column, u64 place, std::string_view value) { checksum_.addText(column, place, value); }
+
+  Checksum checksum_;
+};
+
 class Casebook : public Peer {
  public:
   explicit Casebook(u64 records) : table_{studySheet(records)}, records_{table_.records()} {
@@ -69,11 +90,15 @@ class Casebook : public Peer {
     for (auto const& variable : variables_) summaries.push_back(ask(variable));
     report.milliseconds("all columns", watch.seconds());
     Checksum checksum;
+    FirstValues first;
     for (u64 column = 0; column < summaries.size(); ++column) {
-      summaries[column].distinct = table_->variableUniqueValues(uidOf(variables_[column])).size();
+      auto const values = table_->variableUniqueValues(uidOf(variables_[column]));
+      summaries[column].distinct = values.size();
       summaries[column].addTo(checksum, column);
+      first.add(column, values);
     }
     report.check("statistics", checksum.value());
+    report.check("first values", first.checksum());
   }
 
  private:
@@ -109,6 +134,9 @@ class MapOfSets {
   }
 
   [[nodiscard]] Summary summary() const { return {cases_.size() - (missing_ != 0), missing_, range_}; }
+  void addTo(FirstValues& first, u64 column) const {
+    first.add(column, cases_ | std::views::keys | std::views::drop(missing_ != 0 ? 1 : 0));
+  }
 
  private:
   static double numberOf(Variant const& value) {
@@ -155,6 +183,7 @@ class SortedCells {
     if constexpr (std::is_same_v<Value, double>) summary.range = {values_.front(), values_.back()};
     return summary;
   }
+  void addTo(FirstValues& first, u64 column) const { first.add(column, values_); }
 
  private:
   std::vector<Value> values_;
@@ -166,18 +195,24 @@ class SortedCells {
 /// The floor: numbers and texts are compared as the machine has them, and columns hold one type.
 class Flat {
  public:
-  Flat(Cells const& cells, Cells const& ids) {
-    if (cells.back().type() == Variant::String) cells_.emplace<SortedCells<std::string_view>>(cells, ids);
-    else cells_.emplace<SortedCells<double>>(cells, ids);
-  }
+  Flat(Cells const& cells, Cells const& ids) : sorted_{sorted(cells, ids)} {}
 
   [[nodiscard]] Summary summary() const {
-    if (auto const* const numbers = std::get_if<SortedCells<double>>(&cells_)) return numbers->summary();
-    return std::get<SortedCells<std::string_view>>(cells_).summary();
+    return std::visit([](auto const& cells) { return cells.summary(); }, sorted_);
+  }
+  void addTo(FirstValues& first, u64 column) const {
+    std::visit([&](auto const& cells) { cells.addTo(first, column); }, sorted_);
   }
 
  private:
-  std::variant<std::monostate, SortedCells<double>, SortedCells<std::string_view>> cells_;
+  using Sorted = std::variant<SortedCells<double>, SortedCells<std::string_view>>;
+
+  static Sorted sorted(Cells const& cells, Cells const& ids) {
+    if (cells.back().type() == Variant::String) return SortedCells<std::string_view>{cells, ids};
+    return SortedCells<double>{cells, ids};
+  }
+
+  Sorted sorted_;
 };
 
 /// Builds a `Statistics` of each column, on all processors.
@@ -194,8 +229,13 @@ class Plain : public Peer {
     rebuild();
     report.milliseconds("all columns", watch.seconds());
     Checksum checksum;
-    for (u64 column = 0; column < statistics_.size(); ++column) statistics_[column]->summary().addTo(checksum, column);
+    FirstValues first;
+    for (u64 column = 0; column < statistics_.size(); ++column) {
+      statistics_[column]->summary().addTo(checksum, column);
+      statistics_[column]->addTo(first, column);
+    }
     report.check("statistics", checksum.value());
+    report.check("first values", first.checksum());
   }
 
  private:
@@ -230,6 +270,7 @@ std::vector<Workload> statistics() {
       {"statistics",
        "the statistics of all columns rebuilt after half of the cells changed",
        {contestant<Casebook>(library, ""),
+        pandasContestant("pandas factorize, sorted", "one processor", "SortedStatistics", bothVersions),
         pandasContestant("pandas factorize", "leaves the values unordered; one processor", "Statistics", bothVersions),
         std::move(mapOfSets), contestant<Plain<Flat>>("plain", "flat arrays that nothing keeps up: the floor")},
        {10'000, 100'000, 1'000'000}}};
