@@ -305,10 +305,8 @@ class UndoStack : public OneCellPeer {
   explicit UndoStack(u64 records) : OneCellPeer{records}, model_{sheetToEdit(records)} {}
 
  private:
-  using Write = qt::WriteCells<qt::Columns>;
-
   void commit(Edit const& edit) override {
-    stack_.push(new Write{model_, {{static_cast<int>(edit.row), static_cast<int>(editedColumn), edit.value}}});
+    stack_.push(new qt::WriteCell{model_, {static_cast<int>(edit.row), static_cast<int>(editedColumn), edit.value}});
   }
   void takeBack() override { stack_.undo(); }
   u64 checksum() override { return qt::checksumOf(model_, static_cast<int>(enteredColumns())); }

@@ -24,6 +24,11 @@ double residentBytes() {
   return status("VmRSS:");
 }
 
+double heapBytes() {
+  auto const heap = mallinfo2();
+  return static_cast<double>(heap.uordblks + heap.hblkhd);
+}
+
 void PeakMemory::restart() const {
   malloc_trim(0);
   std::ofstream{"/proc/self/clear_refs"} << "5";

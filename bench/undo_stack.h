@@ -82,32 +82,46 @@ class Items {
   QStandardItemModel model_;
 };
 
-/// Writes cells, each with what it held before. One command for all: a command a cell would take many times as long.
+/// What a command keeps of a cell.
+struct Cell {
+  int row;
+  int column;
+  QVariant value;  ///< what the cell does not hold now: undo and redo exchange it
+
+  template <class Model>
+  void exchange(Model& model) {
+    auto before = model.value(row, column);
+    model.set(row, column, value);
+    value = std::move(before);
+  }
+};
+
+template <class Model>
+class WriteCell : public QUndoCommand {
+ public:
+  WriteCell(Model& model, Cell const& cell) : model_{model}, cell_{cell} {}
+
+  void redo() override { cell_.exchange(model_); }
+  void undo() override { cell_.exchange(model_); }
+
+ private:
+  Model& model_;
+  Cell cell_;
+};
+
 template <class Model>
 class WriteCells : public QUndoCommand {
  public:
-  struct Cell {
-    int row;
-    int column;
-    QVariant value;  ///< what the cell does not hold now: undo and redo exchange it
-  };
-
   WriteCells(Model& model, std::vector<Cell> cells) : model_{model}, cells_{std::move(cells)} {}
 
   void redo() override {
-    for (auto& cell : cells_) exchange(cell);
+    for (auto& cell : cells_) cell.exchange(model_);
   }
   void undo() override {
-    for (auto cell = cells_.rbegin(); cell != cells_.rend(); ++cell) exchange(*cell);
+    for (auto cell = cells_.rbegin(); cell != cells_.rend(); ++cell) cell->exchange(model_);
   }
 
  private:
-  void exchange(Cell& cell) {
-    auto before = model_.value(cell.row, cell.column);
-    model_.set(cell.row, cell.column, cell.value);
-    cell.value = std::move(before);
-  }
-
   Model& model_;
   std::vector<Cell> cells_;
 };

@@ -4,6 +4,7 @@
 #include "calculations.h"
 #include "casebook_table.h"
 #include "plain_table.h"
+#include "process_memory.h"
 #include "sqlite.h"
 #include "stopwatch.h"
 #include "undo_stack.h"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <random>
+#include <span>
 #include <stdexcept>
 #include <utility>
 
@@ -55,8 +57,8 @@ class WritePeer : public Peer {
  protected:
   [[nodiscard]] std::vector<Edit> const& edits() const noexcept { return edits_; }
 
-  void recordSize(Report& report, u64 bytes) const {
-    report.figure("size of the record", "B/write", static_cast<double>(bytes) / static_cast<double>(edits_.size()));
+  void recordSize(Report& report, double bytes) const {
+    report.figure("size of the record", "B/write", bytes / static_cast<double>(edits_.size()));
   }
   static void timed(Report& report, std::string const& measure, auto const& work) {
     Stopwatch const watch;
@@ -69,12 +71,15 @@ class WritePeer : public Peer {
   virtual void undo(Report& report) = 0;
   virtual void redo(Report& report) = 0;
   virtual u64 checksum() = 0;
+  /// Writes some numbers over others, which leaves the table as it was.
+  virtual void writeNumbers(Report&) {}
 
   void writeRound(Report& report) {
     Report unused;
     write(report);
     report.check("cells", checksum());
     undo(unused);
+    writeNumbers(report);
     report.check("cells undone", checksum());
   }
   /// The cells are written once, before the first round; each round ends with them written again.
@@ -108,8 +113,23 @@ class Casebook : public WritePeer {
     report.milliseconds("recorded", table_.untilJournalled());
     report.milliseconds("all fresh", fresh);
     block_ = table_.block();
-    recordSize(report, block_.size());
+    recordSize(report, static_cast<double>(block_.size()));
   }
+  void writeNumbers(Report& report) override {
+    u64 writes = 0;
+    table_.transaction([&] {
+      for (auto const& [column, row, value] : std::span{edits()}.first(edits().size() / 10))
+        if (isNumber(value) && isNumber(table_->value(variables_[column], records_[row]))) {
+          table_->setValue(variables_[column], records_[row], value);
+          ++writes;
+        }
+    });
+    report.figure("size of the record, number writes", "B/write",
+                  static_cast<double>(table_.block().size()) / static_cast<double>(writes));
+    table_.undoLast();
+  }
+  static bool isNumber(Variant const& value) { return value.type() == Variant::FloatingPoint; }
+
   void replay(Report& report, std::string const& measure, Journal::Direction direction) {
     double replayed = 0;
     double const fresh = table_.replay(block_, direction, &replayed);
@@ -148,7 +168,7 @@ class Sqlite : public WritePeer {
     report.milliseconds("written", watch.seconds());
     changes_ = transaction.commit();
     report.milliseconds("recorded", watch.seconds());
-    recordSize(report, static_cast<u64>(changes_.size()));
+    recordSize(report, changes_.size());
   }
   void undo(Report& report) override {
     timed(report, "undo", [&] { changes_.undo(database_); });
@@ -163,7 +183,9 @@ class Sqlite : public WritePeer {
   sqlite::Changeset changes_;
 };
 
-template <class Model>
+enum class Commands { OneForAll, OneAWrite };
+
+template <class Model, Commands commands>
 class UndoStack : public WritePeer {
  public:
   UndoStack(u64 records, Timed timed) : WritePeer{records, timed}, model_{enteredSheet(records)} {
@@ -173,11 +195,23 @@ class UndoStack : public WritePeer {
 
  private:
   void write(Report& report) override {
+    stack_.clear();
+    double const before = heapBytes();
     Stopwatch const watch;
-    stack_.push(new qt::WriteCells<Model>{model_, cells_});
-    report.milliseconds("written", watch.seconds());
-    report.milliseconds("recorded", watch.seconds());
-    recordSize(report, cells_.size() * sizeof cells_.front());
+    push();
+    double const seconds = watch.seconds();
+    report.milliseconds("written", seconds);
+    report.milliseconds("recorded", seconds);
+    recordSize(report, heapBytes() - before);
+  }
+  void push() {
+    if constexpr (commands == Commands::OneForAll) stack_.push(new qt::WriteCells<Model>{model_, cells_});
+    else {
+      // In a macro the stack tells nobody of the single commands.
+      stack_.beginMacro({});
+      for (auto const& cell : cells_) stack_.push(new qt::WriteCell<Model>{model_, cell});
+      stack_.endMacro();
+    }
   }
   void undo(Report& report) override {
     timed(report, "undo", [&] { stack_.undo(); });
@@ -189,7 +223,7 @@ class UndoStack : public WritePeer {
 
   Model model_;
   QUndoStack stack_;
-  std::vector<typename qt::WriteCells<Model>::Cell> cells_;
+  std::vector<qt::Cell> cells_;
 };
 
 class Plain : public WritePeer {
@@ -204,7 +238,7 @@ class Plain : public WritePeer {
     report.milliseconds("written", watch.seconds());
     table_.commit();
     report.milliseconds("recorded", watch.seconds());
-    recordSize(report, table_.bytesJournalled());
+    recordSize(report, static_cast<double>(table_.bytesJournalled()));
   }
   void undo(Report& report) override {
     timed(report, "undo", [&] { expect(table_.undo()); });
@@ -224,11 +258,15 @@ class Plain : public WritePeer {
 std::vector<Contestant> contestants(WritePeer::Timed timed) {
   std::string const undoStackLacks =
       "no block to store (its record's size is without the texts), no statistics, no calculated columns, no checks";
-  return {contestant<Casebook>(library, "", timed),
-          contestant<Sqlite>("SQLite session", "no statistics, indexes or calculated columns kept up", timed),
-          contestant<UndoStack<qt::Columns>>("QUndoStack, variants", undoStackLacks, timed),
-          contestant<UndoStack<qt::Items>>("QUndoStack, item model", undoStackLacks, timed),
-          contestant<Plain>("plain", "nothing but cells and bytes of a journal: the floor", timed)};
+  return {
+      contestant<Casebook>(library, "", timed),
+      contestant<Sqlite>("SQLite session", "no statistics, indexes or calculated columns kept up", timed),
+      contestant<UndoStack<qt::Columns, Commands::OneAWrite>>("QUndoStack, a command a write", undoStackLacks, timed),
+      contestant<UndoStack<qt::Columns, Commands::OneForAll>>("QUndoStack, variants",
+                                                              "one command for all writes; " + undoStackLacks, timed),
+      contestant<UndoStack<qt::Items, Commands::OneForAll>>("QUndoStack, item model",
+                                                            "one command for all writes; " + undoStackLacks, timed),
+      contestant<Plain>("plain", "nothing but cells and bytes of a journal: the floor", timed)};
 }
 
 }  // namespace
