@@ -17,11 +17,15 @@ namespace {
 
 struct Kind {
   char const* name;
+  u64 columns;
   Content content;
 };
-constexpr Kind kinds[] = {{"numbers", Content::Continuous},
-                          {"texts of 20 values", Content::Repeated},
-                          {"texts, all different", Content::Distinct}};
+/// With 49 columns a record has as many cells as in the study.
+constexpr Kind kinds[] = {{"10 columns of numbers", 10, Content::Continuous},
+                          {"49 columns of numbers", 49, Content::Continuous},
+                          {"10 columns of texts of 20 values", 10, Content::Repeated},
+                          {"49 columns of texts of 20 values", 49, Content::Repeated},
+                          {"10 columns of texts, all different", 10, Content::Distinct}};
 
 /// Columns of one content behind the case identifiers.
 struct Columns {
@@ -44,25 +48,31 @@ class MemoryPeer : public Peer {
   explicit MemoryPeer(u64 records) : records_{records} {}
 
   void round(Report& report) final {
-    grow(report, "a case identifier alone", 1, [&] { return Columns{0, Content::CaseId, records_}; });
-    for (auto const& [name, content] : kinds) grow(report, name, 10, [&] { return Columns{10, content, records_}; });
-    grow(report, "the study", static_cast<double>(studyColumns().size()), [&] { return Columns{records_}; });
+    grow(report, "a case identifier alone", [&] { return Columns{0, Content::CaseId, records_}; });
+    for (auto const& [name, columns, content] : kinds)
+      grow(report, name, [&] { return Columns{columns, content, records_}; });
+    grow(report, "the study", [&] { return Columns{records_}; });
+    shrink(report, records_);
   }
 
  protected:
-  void figure(Report& report, std::string const& name, double columns, double bytes) const {
-    report.figure(name, "B/cell", bytes / columns / static_cast<double>(records_));
+  /// In bytes for each cell of a table of so many columns, case identifiers included.
+  void figure(Report& report, std::string const& name, std::size_t columns, double bytes) const {
+    report.figure(name, "B/cell", bytes / static_cast<double>(columns) / static_cast<double>(records_));
   }
 
  private:
   /// Takes the cells in, so that nothing else is left of them.
   virtual void hold(Columns columns) = 0;
   virtual void drop() = 0;
-  virtual void afterwards(Report&, std::string const&, double) {}
+  virtual void afterwards(Report&, std::string const&, std::size_t) {}
+  virtual void shrink(Report&, u64) {}
 
-  void grow(Report& report, std::string const& name, double columns, auto const& make) {
+  void grow(Report& report, std::string const& name, auto const& make) {
     double const before = residentBytes();
-    hold(make());
+    auto made = make();
+    auto const columns = made.plan.size();
+    hold(std::move(made));
     figure(report, name, columns, residentBytes() - before);
     afterwards(report, name, columns);
     drop();
@@ -90,12 +100,40 @@ class Casebook : public MemoryPeer {
     else
       for (std::size_t k = 0; k < ids.size(); ++k) project.addRecord();
   }
-  void afterwards(Report& report, std::string const& name, double columns) override {
+  void afterwards(Report& report, std::string const& name, std::size_t columns) override {
     double const before = residentBytes();
+    commit();
+    figure(report, "statistics of " + name, columns, residentBytes() - before);
+  }
+  /// What stays of a table and its statistics of which little is left, beside a new one of that size.
+  void shrink(Report& report, u64 records) override {
+    keep(report, "the study and its statistics, 99 in 100 records erased", records, [this] { eraseMost(); });
+    keep(report, "the records that are left, in a new table", records / 100, [] {});
+  }
+  void keep(Report& report, std::string const& name, u64 records, auto const& then) {
+    double const before = residentBytes();
+    hold(Columns{records});
+    commit();
+    then();
+    figure(report, name, studyColumns().size(), residentBytes() - before);
+    drop();
+  }
+  void eraseMost() {
+    open_.emplace(table_->project().startTransaction());
+    auto const records = table_->project().records();
+    for (std::size_t k = 0; k < records.size(); ++k)
+      if (k % 100 != 0) table_->project().eraseRecord(records[k].id());
+    commit();
+    // What a transaction leaves behind goes with the next.
+    open_.emplace(table_->project().startTransaction());
+    table_->project().addRecord();
+    commit();
+  }
+  /// Until the statistics are there.
+  void commit() {
     open_->commit();
     for (auto const variable : table_->project().variables())
       static_cast<void>(table_->project().variableNumNullValues(variable.id()));
-    figure(report, "statistics of " + name, columns, residentBytes() - before);
   }
   void drop() override {
     open_.reset();
@@ -139,7 +177,7 @@ class Made : public MemoryPeer {
 
 std::vector<Sheet> allSheets(u64 records) {
   std::vector<Sheet> sheets{Columns{0, Content::CaseId, records}.cells};
-  for (auto const& kind : kinds) sheets.push_back(Columns{10, kind.content, records}.cells);
+  for (auto const& [name, columns, content] : kinds) sheets.push_back(Columns{columns, content, records}.cells);
   sheets.push_back(Columns{records}.cells);
   return sheets;
 }

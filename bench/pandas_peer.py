@@ -253,7 +253,15 @@ class SortedStatistics(Statistics):
 class Memory:
     """Tables as they are kept."""
 
-    NAMES = ("a case identifier alone", "numbers", "texts of 20 values", "texts, all different", "the study")
+    NAMES = (
+        "a case identifier alone",
+        "10 columns of numbers",
+        "49 columns of numbers",
+        "10 columns of texts of 20 values",
+        "49 columns of texts of 20 values",
+        "10 columns of texts, all different",
+        "the study",
+    )
 
     def __init__(self, *tables):
         self.tables = tables
@@ -264,8 +272,7 @@ class Memory:
 
     def round(self, report):
         for name, table in zip(self.NAMES, self.tables):
-            columns = {1: 1, 11: 10, 50: 50}[table.shape[1]]
-            report.figure(name, "B/cell", table.memory_usage(index=False, deep=True).sum() / columns / len(table))
+            report.figure(name, "B/cell", table.memory_usage(index=False, deep=True).sum() / table.size)
 
 
 class Expressions:
