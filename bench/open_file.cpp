@@ -84,7 +84,7 @@ std::vector<Workload> openFile() {
   return {{"open-file",
            "a file of 10,000 records by 5 columns opened, in which that many edits each wrote one cell",
            {contestant<OpenFile>(library, "")},
-           {10'000}}};
+           {10'000, 1'000'000}}};
 }
 
 }  // namespace casebook::bench
