@@ -24,7 +24,7 @@ FEW_TEXTS = [f"c{number}" for number in range(26, 36)]
 
 
 def read_sheet(path):
-    """A frame with a column for each of the sheet: numbers as float64, texts as categories where they repeat."""
+    """A frame with a column for each of the sheet: numbers as float64, texts as objects."""
     raw = np.fromfile(path, dtype=np.uint8)
     rows, columns = raw[:16].view(np.uint64).tolist()
     first = 50 - columns

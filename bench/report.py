@@ -24,19 +24,25 @@ What the library takes for the work that it is for, beside what other programs a
 
 Measured on {machine}.
 
-Every peer runs in a process of its own and is asked for a round in turn with the others: one
-round warms up, {rounds} count. A figure is the median of the rounds; in brackets stands the median of its ratios to the
-library's figure of the same round, so that 2x took twice as long. All peers work on the same table, made from a seed:
-50 columns, which are case identifiers, 10 columns of some 100 numbers, 15 of numbers that are nearly all different (2 in
+Every peer runs in a process of its own and is asked for a round in turn with the others: one round warms up, {rounds}
+count. Where a round consists of edits that take microseconds, the first of them do not count either: they warm up what
+the others' rounds have cooled. A figure is the median of the rounds; in brackets stands the median of its ratios to the
+library's figure of the same round, so that 2x took twice as long. All peers work on the same table, made from a seed: 50
+columns, which are case identifiers, 10 columns of some 100 numbers, 15 of numbers that are nearly all different (2 in
 100 missing in both), 10 of 20 texts, 4 of texts that are nearly all different, and 10 that are calculated where
 calculation is part of the work. What a peer holds in the end is compared with what the others hold, cell by cell through
 a checksum; a workload in which two differ has no figures.
 
 Each peer is used as those would who know it well: release builds, prepared statements, one transaction, batches. SQLite
 runs in memory, without locks, its own journal and promises to a disk, with pages of 16 KB; its session extension
-records what undoes a change. The undo stack of Qt takes one command for many cells. pandas and numexpr work on whole
-columns. None of them does all that the library does; below each table stands what it leaves out. The library's project
-has every signal connected, and its host keeps the journal's block.
+records what undoes a change. The undo stack of Qt takes a command for each write, all of them in a macro, which is its
+ordinary use at its fastest; further lines show one command made for the million. pandas and numexpr work on whole
+columns. The few texts of a pandas table are categories; those of the incoming one come as texts, as the library's do, or
+as categories of their own, and are brought into the table's within the merge. The texts of the statistics are objects,
+every second made since the last round; a sorted line has each column's values in ascending order, as the library has
+them, and another one leaves them unordered. None of these does all that the library does; below each table stands what
+it leaves out. The library's project has every signal connected, and its host keeps the journal's block. Memory is told
+for each cell of the table, case identifiers included: a record's own share of it is small when columns are many.
 """
 
 
@@ -93,7 +99,9 @@ class Work:
         sizes = " / ".join(f"{size:,}" for size in self.sizes)
         yield f"\n## {self.name}\n\n{self.title[0].upper()}{self.title[1:]}. {sizes} records.\n\n"
         yield f"![{escape(self.title)}](benchmarks/{self.name}.svg)\n"
-        if len(self.sizes) == 1:
+        if len(self.sizes) == 1 and len(self.measures) > 6:
+            yield from table(self.peers, self.rows_of_measures())
+        elif len(self.sizes) == 1:
             yield from table([f"{name}, {unit}" for name, unit in self.measures], self.rows_by_measure())
         else:
             for name, unit in self.measures:
@@ -106,6 +114,10 @@ class Work:
     def rows_by_measure(self):
         for peer in self.peers:
             yield peer, [self.cell(peer, self.sizes[0], measure) for measure, _ in self.measures]
+
+    def rows_of_measures(self):
+        for measure, unit in self.measures:
+            yield f"{measure}, {unit}", [self.cell(peer, self.sizes[0], measure) for peer in self.peers]
 
     def rows_by_size(self, measure):
         for peer in self.peers:
