@@ -6,6 +6,7 @@
 #include <boost/smart_ptr/make_shared.hpp>
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 #include <optional>
 #include <utility>
@@ -104,7 +105,7 @@ std::vector<DataRecord const*> Merging::lookUp(Rows const& records) const {
 }
 
 // Cells lie together by column, but are to be written by row: which of them differ is found for some rows at a time,
-// whose cells stay in the cache until they are written.
+// whose cells stay in the cache until they are written, and are asked of the memory a column ahead.
 void Merging::overwrite(std::span<Match const> matches, AuxFileCollectionInterface const& auxFiles) {
   std::vector<Difference> differences(rowsAtATime);
   while (!matches.empty()) {
@@ -128,15 +129,19 @@ void Merging::overwrite(std::span<Match const> matches, AuxFileCollectionInterfa
 }
 
 void Merging::findDifferences(std::span<Match const> matches, std::span<Difference> differences) const {
+  std::array<u64, rowsAtATime> rows;
   for (std::size_t k = 0; k < matches.size(); ++k) {
     differences[k].record = &store_.records.at(matches[k].record);
     differences[k].columns.clear();
+    rows[k] = differences[k].record->row;
   }
   for (std::size_t column = 0; column < columns_.size(); ++column) {
     auto const& [variable, values] = columns_[column];
-    for (std::size_t k = 0; k < matches.size(); ++k)
-      if (variable->values[differences[k].record->row] != (*values)[matches[k].inputRow])
-        differences[k].columns.push_back(column);
+    auto const& next = columns_[std::min(column + 1, columns_.size() - 1)];
+    for (std::size_t k = 0; k < matches.size(); ++k) {
+      __builtin_prefetch(&next.variable->values[rows[k]]);
+      if (variable->values[rows[k]] != (*values)[matches[k].inputRow]) differences[k].columns.push_back(column);
+    }
   }
 }
 
