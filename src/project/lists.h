@@ -19,6 +19,11 @@ std::vector<WeakPtr<Handle>> listOf(EntityMap<Entity> const& map) {
   return list;
 }
 
+template <class Handle>
+std::vector<WeakPtr<Handle>> listOf(std::vector<u64> const& uids) {
+  return {uids.begin(), uids.end()};
+}
+
 /// The entity of that name, of lowest UID; empty when there is none.
 template <class Handle, class Entity>
 WeakPtr<Handle> firstNamed(EntityMap<Entity> const& map, std::string const& name) {

@@ -18,7 +18,7 @@ u64 uidOf(Record const& record) { return record.getWeakPtr().id(); }
 }  // namespace
 
 std::vector<WeakPtr<Variable>> Project::variables() const { return listOf<Variable>(components_->store.variables); }
-std::vector<WeakPtr<Record>> Project::records() const { return listOf<Record>(components_->store.records); }
+std::vector<WeakPtr<Record>> Project::records() const { return listOf<Record>(components_->store.recordOfRow); }
 
 WeakPtr<Variable> Project::getCaseIDColumn() { return WeakPtr<Variable>{components_->store.caseId->id}; }
 WeakPtr<Record> Project::recordById(u64 caseId) { return WeakPtr<Record>{components_->caseIndex.find(caseId)}; }

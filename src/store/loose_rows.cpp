@@ -3,7 +3,6 @@
 #include "platform/growth.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace casebook {
 
@@ -16,21 +15,20 @@ std::vector<Variant> const& LooseRows::add(u64 record, std::vector<Variant> cell
 void LooseRows::reserve(Store& store) {
   std::size_t const rows = store.records.size() + 1;
   reserveOneMore(gone_);
-  reserveFor(tail_, rows);
-  reserveFor(cells_, rows);
+  reserveFor(came_, added_.size() + 1);
+  reserveFor(store.recordOfRow, rows);
   for (auto& variable : store.variables.all()) reserveFor(variable.values, rows);
 }
 
 void LooseRows::clear() noexcept {
   added_.clear();
   gone_.clear();
+  came_.clear();
   lowestUid_ = std::numeric_limits<u64>::max();
-  tail_.clear();
-  cells_.clear();
 }
 
 void LooseRows::remove(DataRecord const& record) noexcept {
-  if (added_.erase(record.id) == 0) gone_.push_back(record.row);
+  if (added_.erase(record.id) == 0) gone_.push_back(static_cast<std::uint32_t>(record.row));
   lowestUid_ = std::min(lowestUid_, record.id);
 }
 
@@ -39,41 +37,46 @@ std::vector<Variant> const* LooseRows::find(u64 record) const noexcept {
   return found == added_.end() ? nullptr : &found->second;
 }
 
-void LooseRows::findTail(Store& store) noexcept {
-  auto loose = added_.begin();
-  for (auto& record : store.records.after(lowestUid_ - 1)) {
-    bool const isLoose = loose != added_.end() && loose->first == record.id;
-    tail_.push_back({&record, isLoose ? &(loose++)->second : nullptr});
-  }
-}
-
-u64 LooseRows::firstRow(u64 columnLength) const noexcept {
-  auto const settled = std::ranges::find(tail_, nullptr, &Source::loose);
-  u64 const first = settled == tail_.end() ? columnLength : settled->record->row;
-  return gone_.empty() ? first : std::min(first, std::ranges::min(gone_));
-}
-
 // All memory was taken by `reserve`.
 void LooseRows::settle(Store& store) noexcept {
-  if (empty()) return;
-  findTail(store);
-  u64 const length = store.caseId->values.size();
-  u64 const first = firstRow(length);
+  if (gone_.empty() && added_.empty()) return clear();
+  std::ranges::sort(gone_);
+  findOpened(store.recordOfRow);
+  RowShift const shift{gone_, came_};
+  if (gone_.empty() && came_.front() == store.recordOfRow.size()) store.touched.noteAppended();
+  else store.touched.noteMoves(store.variables, shift, store.recordOfRow);
+  moveColumns(store, shift);
+  numberRecords(store);
+  clear();
+}
+
+/// The rows that the records are to have that came.
+void LooseRows::findOpened(std::span<u64 const> recordOfRow) noexcept {
+  for (auto const& [record, cells] : added_) {
+    auto const before = std::ranges::lower_bound(recordOfRow, record) - recordOfRow.begin();
+    auto const closed = std::ranges::lower_bound(gone_, before) - gone_.begin();
+    came_.push_back(static_cast<std::uint32_t>(static_cast<std::size_t>(before - closed) + came_.size()));
+  }
+}
+
+// Records are found one by one: that is faster than walking through their map, which waits for each before the next.
+void LooseRows::numberRecords(Store& store) noexcept {
+  auto const& records = store.recordOfRow;
+  auto row = static_cast<u64>(std::ranges::lower_bound(records, lowestUid_) - records.begin());
+  for (; row < records.size(); ++row) store.records.find(records[row])->row = row;
+}
+
+void LooseRows::moveColumns(Store& store, RowShift const& shift) noexcept {
   std::size_t column = 0;
   for (auto& variable : store.variables.all()) {
-    auto& values = variable.values;
-    cells_.clear();
-    for (auto const& [record, loose] : tail_)
-      cells_.push_back(loose ? variable.texts.shared((*loose)[column]) : std::move(values[record->row]));
-    values.resize(first);
-    values.insert(values.end(), std::move_iterator{cells_.begin()}, std::move_iterator{cells_.end()});
+    shift.apply(variable.values);
+    auto loose = added_.begin();
+    for (auto const row : came_) variable.values[row] = variable.texts.shared((loose++)->second[column]);
     ++column;
   }
-  u64 row = first;
-  for (auto const& source : tail_) source.record->row = row++;
-  if (first < length) store.touched.noteMoved();
-  else store.touched.noteAppended();
-  clear();
+  shift.apply(store.recordOfRow);
+  auto loose = added_.begin();
+  for (auto const row : came_) store.recordOfRow[row] = (loose++)->first;
 }
 
 }  // namespace casebook

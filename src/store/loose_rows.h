@@ -26,21 +26,14 @@ class LooseRows {
   void clear() noexcept;
 
  private:
-  /// Where the cells of a row come from: a loose row, or else a place in the columns.
-  struct Source {
-    DataRecord* record;
-    std::vector<Variant>* loose;
-  };
-
-  [[nodiscard]] bool empty() const noexcept { return gone_.empty() && added_.empty(); }
-  void findTail(Store& store) noexcept;
-  [[nodiscard]] u64 firstRow(u64 columnLength) const noexcept;
+  void findOpened(std::span<u64 const> recordOfRow) noexcept;
+  void moveColumns(Store& store, RowShift const& shift) noexcept;
+  void numberRecords(Store& store) noexcept;
 
   std::map<u64, std::vector<Variant>> added_;
-  std::vector<u64> gone_;
+  std::vector<std::uint32_t> gone_;
+  std::vector<std::uint32_t> came_;  // while `settle` runs
   u64 lowestUid_ = std::numeric_limits<u64>::max();
-  std::vector<Source> tail_;    // the records from the first that came or went, in the order of their rows to be
-  std::vector<Variant> cells_;  // theirs, of one column after the other
 };
 
 }  // namespace casebook

@@ -23,7 +23,7 @@ struct ProjectTexts {
 /// The data of one project: its texts, the counter of UIDs and the six maps of entities.
 ///
 /// 1. A UID is handed out once; the counter is above every UID that a map holds.
-/// 2. Every column has one cell per record, and a record's row is its rank by UID.
+/// 2. Every column has one cell per record, and a record's row is its rank by UID, as `recordOfRow` tells.
 /// 3. `caseId` names a variable at all times once the table was made. `statusVariable` is the only variable of type
 ///    CaseStatus, or null; while it awaits its erasure there is no Case Status variable for a host.
 struct Store {
@@ -31,6 +31,7 @@ struct Store {
   std::shared_ptr<void const> life = std::make_shared<char>();  ///< another one whenever UIDs begin anew
   u64 nextUid = 1;
   EntityMap<DataRecord> records;
+  std::vector<u64> recordOfRow;  ///< their UIDs, ascending
   EntityMap<DataVariable> variables;
   EntityMap<DataTagGroup> tagGroups;
   EntityMap<DataVariableRegex> variableRegexs;

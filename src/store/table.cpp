@@ -117,6 +117,7 @@ Variant Table::nextCaseId() const {
 
 // Afterwards a cell fits into every column without anything that can throw.
 void Table::reserveRow() {
+  reserveOneMore(store_.recordOfRow);
   if (store_.caseId->values.size() > rowCount()) return;  // the row is there ahead of its record
   for (auto& variable : store_.variables.all()) reserveOneMore(variable.values);
 }
@@ -146,6 +147,7 @@ DataRecord& Table::addRecord() {
   DataRecord description{store_.assignUid()};
   description.row = rowCount();
   auto& record = create(store_, sink_, std::move(description));
+  store_.recordOfRow.push_back(record.id);
   if (store_.caseId->values.size() < rowCount())
     for (auto& variable : store_.variables.all()) variable.values.push_back(variable.defaultValue);
   store_.caseId->values[record.row] = caseId;

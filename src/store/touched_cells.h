@@ -12,7 +12,8 @@ namespace casebook {
 ///
 /// 1. Time is the number of changes so far; it never goes back. Who derives something from the table remembers when
 ///    it looked last, `now()`, and how many rows there were; all that it has missed was noted after that.
-/// 2. Records came behind the rows that were seen, unless `movedAt()` is later: then nothing that was seen is of use.
+/// 2. Records came behind the rows that were seen, unless `movedAt()` is later: then `rowsSince` tells what became of
+///    the rows that were seen, to those who saw them as they were when all was settled, and while few have moved.
 /// 3. Columns that were written, came or went are among `variables()`.
 ///
 /// Noting never fails: without memory everything counts as moved.
@@ -24,6 +25,12 @@ class TouchedCells {
 
   /// When a record last left, or came between others: rows are no longer those that they were.
   [[nodiscard]] u64 movedAt() const noexcept { return movedAt_; }
+
+  /// What became of the rows after `time`, when there were so many. Null: nothing that was seen is of use.
+  [[nodiscard]] std::optional<RowChanges> rowsSince(u64 time, u64 rowsThen) const noexcept {
+    if (movedAt_ <= time) return RowChanges{{}, {}, rowsThen};
+    return moves_ && time == settledAt_ ? std::optional{moves_->changes()} : std::nullopt;
+  }
 
   /// Those that changed since all was settled, whether they are still there or not.
   [[nodiscard]] Uids const& variables() const noexcept { return variables_; }
@@ -46,14 +53,16 @@ class TouchedCells {
   }
 
   void noteAppended() noexcept { ++now_; }
-  void noteMoved() noexcept { movedAt_ = ++now_; }
+  /// Rows moved, and nobody knows from where.
+  void noteMoved() noexcept {
+    movedAt_ = ++now_;
+    moves_.reset();
+  }
+  /// Rows are about to move; before that, these are the records that they belong to.
+  void noteMoves(EntityMap<DataVariable>& variables, RowShift const& shift, std::span<u64 const> recordOfRow) noexcept;
 
   /// Everything derived is up to date.
-  void settle(EntityMap<DataVariable>& variables) noexcept {
-    for (u64 const uid : variables_)
-      if (auto* const variable = variables.find(uid)) variable->touched.settle(now_);
-    variables_.clear();
-  }
+  void settle(EntityMap<DataVariable>& variables) noexcept;
 
   /// The record of a table that takes the place of another.
   [[nodiscard]] TouchedCells successor() const noexcept {
@@ -77,6 +86,8 @@ class TouchedCells {
 
   u64 now_ = 1;  // nobody has looked by then
   u64 movedAt_ = 1;
+  u64 settledAt_ = 0;
+  std::optional<RowMoves> moves_;  // since all was settled; none when it is not known how
   Uids variables_;
 };
 

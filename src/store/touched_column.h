@@ -1,8 +1,7 @@
 #pragma once
 
-#include <casebook/variant.h>
+#include "store/row_moves.h"
 
-#include <algorithm>
 #include <optional>
 #include <span>
 #include <vector>
@@ -28,7 +27,8 @@ class TouchedColumn {
   [[nodiscard]] u64 changedAt() const noexcept { return changedAt_; }
 
   /// The writes after `time`, the oldest first, also those to rows that came after it; of a cell that was written
-  /// twice the first tells what it held then. Null: all cells may have been written.
+  /// twice the first tells what it held then. Rows that went are not among them, and the others are as they are
+  /// numbered now. Null: all cells may have been written.
   [[nodiscard]] std::optional<std::span<Cell const>> since(u64 time) const noexcept {
     if (changedAt_ <= time) return std::span<Cell const>{};
     bool const listed = !all_ && listedSince_ <= time && time < firstAt_;
@@ -45,10 +45,20 @@ class TouchedColumn {
     changedAt_ = now;
     all_ = true;
     cells_.clear();
+    gone_.clear();
   }
+  /// What the cells of rows that went held when all was settled, by GoneRow::place; where `since` then tells of all
+  /// writes.
+  [[nodiscard]] std::span<Variant const> gone() const noexcept { return gone_; }
+
+  /// Rows are about to move, of which RowMoves has told the places.
+  void noteShift(u64 now, RowShift const& shift, std::span<std::uint32_t const> places,
+                 std::vector<Variant> const& column) noexcept;
+
   /// Everything derived has seen what is noted. Keeps the memory of the list.
   void settle(u64 now) noexcept {
     cells_.clear();
+    gone_.clear();
     all_ = false;
     listedSince_ = now;
     entered_ = false;
@@ -75,6 +85,7 @@ class TouchedColumn {
   u64 listedSince_ = 0;
   u64 firstAt_ = 0;  // of the list, unless it is empty
   std::vector<Cell> cells_;
+  std::vector<Variant> gone_;
   bool all_ = false;
   bool entered_ = false;
 };
