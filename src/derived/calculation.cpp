@@ -144,20 +144,24 @@ void Calculation::evaluate() {
 bool Calculation::listTouched(Positions& columns) {
   auto& rows = plan_->rows;
   rows.clear();
+  auto const changes = store_.touched.rowsSince(calculatedAt_, rowsSeen_);
+  if (!changes) {
+    columns = plan_->columns;
+    return false;
+  }
   std::size_t const rowCount = table_.rowCount();
-  bool const moved = store_.touched.movedAt() > calculatedAt_;
-  if (moved || rowsSeen_ < rowCount) columns = plan_->columns;
-  if (moved) return false;
+  changes->forNew(rowCount, [&](u64 row) { rows.push_back(row); });
+  bool const anyNew = !rows.empty();
+  if (anyNew) columns = plan_->columns;
   bool listed = true;
   for (auto const position : plan_->columns) {
     auto const cells = plan_->variables[position]->touched.since(calculatedAt_);
     if (cells && cells->empty()) continue;
-    if (rowsSeen_ == rowCount) columns.push_back(position);
+    if (!anyNew) columns.push_back(position);
     if (cells)
       for (auto const& cell : *cells) rows.push_back(cell.row);
     else listed = false;
   }
-  for (std::size_t row = rowsSeen_; row < rowCount; ++row) rows.push_back(row);
   std::ranges::sort(rows);
   rows.erase(std::ranges::unique(rows).begin(), rows.end());
   return listed && rows.size() < rowCount / 4 + expression::blockRows;

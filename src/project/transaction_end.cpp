@@ -88,10 +88,16 @@ void TransactionEnd::emitTransactionSignals(ChangeLog const& done, FirstError& e
   error.guard([&] { signals_.emitChange(record); });
 }
 
-// What slots touched after the calculation has to reach the next one.
 void TransactionEnd::refreshStatistics() {
   statistics_.recompute();
-  if (calculation_.calculatedAt() == store_.touched.now()) store_.touched.settle(store_.variables);
+  settle();
+}
+
+// What slots touched after the calculation has to reach the next one.
+void TransactionEnd::settle() {
+  if (calculation_.calculatedAt() != store_.touched.now()) return;
+  caseIndex_.follow();
+  store_.touched.settle(store_.variables);
 }
 
 // Once, whatever the slots throw.

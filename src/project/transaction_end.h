@@ -59,6 +59,7 @@ class TransactionEnd {
   void emitTransactionSignals(ChangeLog const& done, FirstError& error);
   void handOut();
 
+  void settle();
   void expireDerived() noexcept;
 
   Store& store_;

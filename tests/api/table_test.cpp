@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <utility>
 
 namespace casebook {
 namespace {
@@ -98,6 +99,25 @@ TEST_F(Table, FindsRecordsByIdentifierAsOfTheLastEnd) {
   project_->startTransaction(0);
   setValue(1, addRecord(), integer(15));
   EXPECT_TRUE(project_->recordById(15)) << "nobody has asked since the end";
+}
+
+TEST_F(Table, FindsRecordsByIdentifierAsOfTheFirstQuestionInASlot) {
+  u64 const gone = addRecord();
+  u64 const kept = addRecord();
+  project_->endTransaction(0);
+  project_->startTransaction(0);
+  std::string answers;
+  ScopedConnection const asking = project_->connectProjectChange([&](TransactionRecord const&) {
+    for (u64 const id : {1, 2, 7}) answers += project_->recordById(id) ? '+' : '-';
+  });
+  ScopedConnection const editing = project_->connectProjectJournal([&, once = true](auto&) mutable {
+    if (std::exchange(once, false)) setValue(1, kept, integer(7));
+  });
+  project_->eraseRecord(gone);
+  project_->setDescription("reported after the removal");
+  project_->endTransaction(0);
+  EXPECT_EQ(answers, "-+--+---+");
+  project_->startTransaction(0);
 }
 
 TEST_F(Table, PropertiesAreAssignedAndNothingElse) {
