@@ -16,6 +16,7 @@ void LooseRows::reserve(Store& store) {
   std::size_t const rows = store.records.size() + 1;
   reserveOneMore(gone_);
   reserveFor(came_, added_.size() + 1);
+  reserveFor(loose_, added_.size() + 1);
   reserveFor(store.recordOfRow, rows);
   for (auto& variable : store.variables.all()) reserveFor(variable.values, rows);
 }
@@ -24,6 +25,7 @@ void LooseRows::clear() noexcept {
   added_.clear();
   gone_.clear();
   came_.clear();
+  loose_.clear();
   lowestUid_ = std::numeric_limits<u64>::max();
 }
 
@@ -52,10 +54,11 @@ void LooseRows::settle(Store& store) noexcept {
 
 /// The rows that the records are to have that came.
 void LooseRows::findOpened(std::span<u64 const> recordOfRow) noexcept {
-  for (auto const& [record, cells] : added_) {
-    auto const before = std::ranges::lower_bound(recordOfRow, record) - recordOfRow.begin();
+  for (auto& row : added_) {
+    auto const before = std::ranges::lower_bound(recordOfRow, row.first) - recordOfRow.begin();
     auto const closed = std::ranges::lower_bound(gone_, before) - gone_.begin();
     came_.push_back(static_cast<std::uint32_t>(static_cast<std::size_t>(before - closed) + came_.size()));
+    loose_.push_back(&row);
   }
 }
 
@@ -67,16 +70,20 @@ void LooseRows::numberRecords(Store& store) noexcept {
 }
 
 void LooseRows::moveColumns(Store& store, RowShift const& shift) noexcept {
+  for (auto& variable : store.variables.all()) shift.apply(variable.values);
+  shift.apply(store.recordOfRow);
+  for (std::size_t first = 0; first < came_.size(); first += rowsAtATime) fillRows(store, first);
+}
+
+// Cells lie together by row here and by column there: some rows at a time stay in the cache.
+void LooseRows::fillRows(Store& store, std::size_t first) noexcept {
+  auto const last = std::min(first + rowsAtATime, came_.size());
+  for (auto k = first; k < last; ++k) store.recordOfRow[came_[k]] = loose_[k]->first;
   std::size_t column = 0;
   for (auto& variable : store.variables.all()) {
-    shift.apply(variable.values);
-    auto loose = added_.begin();
-    for (auto const row : came_) variable.values[row] = variable.texts.shared((loose++)->second[column]);
+    for (auto k = first; k < last; ++k) variable.values[came_[k]] = variable.texts.shared(loose_[k]->second[column]);
     ++column;
   }
-  shift.apply(store.recordOfRow);
-  auto loose = added_.begin();
-  for (auto const row : came_) store.recordOfRow[row] = (loose++)->first;
 }
 
 }  // namespace casebook

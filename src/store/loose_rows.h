@@ -26,13 +26,18 @@ class LooseRows {
   void clear() noexcept;
 
  private:
+  static constexpr std::size_t rowsAtATime = 128;
+
   void findOpened(std::span<u64 const> recordOfRow) noexcept;
   void moveColumns(Store& store, RowShift const& shift) noexcept;
+  void fillRows(Store& store, std::size_t first) noexcept;
   void numberRecords(Store& store) noexcept;
 
   std::map<u64, std::vector<Variant>> added_;
   std::vector<std::uint32_t> gone_;
-  std::vector<std::uint32_t> came_;  // while `settle` runs
+  // While `settle` runs, of the records that came: their rows to be, and what is loose.
+  std::vector<std::uint32_t> came_;
+  std::vector<std::map<u64, std::vector<Variant>>::value_type*> loose_;
   u64 lowestUid_ = std::numeric_limits<u64>::max();
 };
 
