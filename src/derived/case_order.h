@@ -1,48 +1,108 @@
 #pragma once
 
-#include <casebook/variant.h>
-
-#include <memory>
-#include <vector>
+#include "derived/case_ids.h"
+#include "store/first_writes.h"
+#include "store/row_moves.h"
 
 namespace casebook {
 
-/// The rows of a table in the order of their case identifiers, equal ones by row, as the table stands when it is made.
-/// A row's place in that order is its position; the rank of its case identifier counts the smaller ones. There are
-/// fewer than 2^32 rows.
+/// Which case each row of a table is: the rank of its identifier. Rows of one identifier are one case. It follows what
+/// becomes of the rows, and ranks stay what they are; a case that has lost its rows keeps its own, for it may come
+/// back. There are fewer than 2^32 rows.
 class CaseOrder {
  public:
-  /// The identifiers of ranks 0, 1, ...: ascending and distinct.
-  using CaseIds = std::shared_ptr<std::vector<u64> const>;
+  static constexpr std::uint32_t noCase = ~std::uint32_t{0};
 
   explicit CaseOrder(std::vector<Variant> const& caseIdColumn);
 
+  /// The number of rows.
   [[nodiscard]] std::size_t size() const noexcept { return size_; }
+  [[nodiscard]] std::uint32_t rankOfRow(u64 row) const noexcept {
+    return isPlain_ ? static_cast<std::uint32_t>(row) : rankOfRow_[row];
+  }
+  /// How many rows the case has.
+  [[nodiscard]] std::uint32_t rowsOfCase(std::uint32_t rank) const noexcept { return isPlain_ ? 1 : rowsOfCase_[rank]; }
+  [[nodiscard]] CaseIds::ByRank caseIds() const noexcept { return ids_.byRank(); }
+
+  /// Calls `visit` with the rows of cases, whose ranks ascend, and the rank of each.
+  template <class Visit>
+  void forRowsOf(std::span<std::uint32_t const> ranks, Visit visit) const;
+
+  /// Before `row` after `follow`: sorts the rows by the ranks of their cases, equal ones by row.
+  void arrange();
   [[nodiscard]] std::uint32_t row(std::uint32_t position) const noexcept {
-    return rows_.empty() ? position : rows_[position];
+    return rowsByRank_.empty() ? position : rowsByRank_[position];
   }
-  [[nodiscard]] std::uint32_t rank(std::uint32_t position) const noexcept {
-    return ranks_.empty() ? position : ranks_[position];
-  }
-  [[nodiscard]] CaseIds caseIds() const noexcept { return caseIds_; }
 
-  [[nodiscard]] bool isDistinct() const noexcept { return caseIds_->size() == size_; }
-  /// The rank of a row with this case identifier; the order is distinct.
-  [[nodiscard]] std::uint32_t rankOfRow(u64 row, Variant const& caseId) const noexcept;
+  /// A row that came, or is another case than it was, or whose case lost or got other rows.
+  struct Regrouped {
+    std::uint32_t row;
+    std::uint32_t before;  ///< the rank of its case; `noCase` for one that came
+    std::uint32_t now;
+  };
+  struct Gone {
+    std::uint32_t rank;
+    std::uint32_t place;  ///< as GoneRow tells it
+  };
+  /// What `follow` found.
+  struct Changes {
+    std::vector<Gone> gone;
+    std::vector<Regrouped> rows;  ///< ascending
+    bool anyTwins = false;        ///< whether two of all these were or are one case
 
-  /// Takes in the rows that came behind the others of the column that it was made of. Ranks stay what they are, and
-  /// who has the identifiers sees them grow. False, with nothing changed, unless the order is distinct and each
-  /// identifier above all before it.
-  [[nodiscard]] bool extend(std::vector<Variant> const& caseIdColumn);
+    void clear() noexcept;
+    [[nodiscard]] bool any() const noexcept { return !gone.empty() || !rows.empty(); }
+    [[nodiscard]] bool concern(std::uint32_t row) const noexcept {
+      return std::ranges::binary_search(rows, row, {}, &Regrouped::row);
+    }
+  };
+
+  /// Takes in what became of the rows, and what was written to the identifiers. False: too much has changed, and the
+  /// order is to be made anew.
+  [[nodiscard]] bool follow(std::vector<Variant> const& caseIdColumn, RowChanges const& rows,
+                            FirstWrites const& writes);
+  [[nodiscard]] Changes const& changes() const noexcept { return changes_; }
 
  private:
-  void sort(std::vector<u64>& idsByRow);
+  /// A row whose case is to be found.
+  struct Unranked {
+    u64 id;
+    std::uint32_t row;
+    bool isNew;
+  };
 
-  // Both are empty while identifiers ascend with the rows, as they do in nearly every table.
-  std::vector<std::uint32_t> rows_;
-  std::vector<std::uint32_t> ranks_;
+  [[nodiscard]] std::vector<u64> sort(std::vector<u64> idsByRow);
+
+  void listUnranked(std::vector<Variant> const& caseIdColumn, RowChanges const& rows, FirstWrites const& writes);
+  [[nodiscard]] bool staysPlain(RowChanges const& rows) const;
+  void append();
+  void moveRows(RowChanges const& rows, std::size_t rowCount);
+  void rankRows();
+  void join(std::uint32_t rank, std::uint32_t row, std::uint32_t before);
+  void leave(std::uint32_t rank) noexcept;
+  [[nodiscard]] bool addCompany();
+  void lookForTwins();
+  void writeOut();
+
   std::size_t size_;
-  std::shared_ptr<std::vector<u64>> caseIds_;
+  bool isPlain_ = true;  // every row is a case of its own, of which it is the rank, as in nearly every table
+  std::vector<std::uint32_t> rankOfRow_;   // empty where that is plain
+  std::vector<std::uint32_t> rowsOfCase_;  // the same
+  std::vector<std::uint32_t> rowsByRank_;  // empty where the ranks ascend with the rows
+  CaseIds ids_;
+  std::size_t lost_ = 0;  // cases without rows
+  Changes changes_;
+  std::vector<Unranked> unranked_;
 };
+
+template <class Visit>
+void CaseOrder::forRowsOf(std::span<std::uint32_t const> ranks, Visit visit) const {
+  if (ranks.empty()) return;
+  for (std::uint32_t row = 0; row < size_; ++row) {
+    auto const rank = rankOfRow(row);
+    bool const between = ranks.front() <= rank && rank <= ranks.back();
+    if (between && std::ranges::binary_search(ranks, rank)) visit(row, rank);
+  }
+}
 
 }  // namespace casebook

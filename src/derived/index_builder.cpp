@@ -144,7 +144,7 @@ void IndexBuilder::putRanks(std::span<u64 const> positions) {
   auto& ranks = runs_.ranks;
   auto const begin = ranks.size();
   for (u64 const position : positions) {
-    auto const rank = order_->rank(static_cast<std::uint32_t>(position));
+    auto const rank = order_->rankOfRow(order_->row(static_cast<std::uint32_t>(position)));
     if (ranks.size() == begin || ranks.back() != rank) ranks.push_back(rank);
   }
 }

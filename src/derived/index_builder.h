@@ -1,5 +1,6 @@
 #pragma once
 
+#include "derived/case_order.h"
 #include "derived/few_values.h"
 #include "derived/text_sort.h"
 #include "derived/value_index.h"
@@ -13,8 +14,8 @@ class IndexBuilder {
   IndexBuilder(IndexBuilder const&) = delete;
   IndexBuilder& operator=(IndexBuilder const&) = delete;
 
-  /// The order is that of the table as it stands. Throws std::out_of_range("invalid vector subscript") for a column
-  /// that is not as long as that of the identifiers.
+  /// The order is that of the table as it stands, arranged. Throws std::out_of_range("invalid vector subscript") for a
+  /// column that is not as long as that of the identifiers.
   [[nodiscard]] ValueIndex build(std::vector<Variant> const& column, CaseOrder const& order);
 
  private:

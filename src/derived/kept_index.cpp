@@ -27,11 +27,15 @@ void KeptIndex::assign(ValueIndex index, std::vector<Variant> const& column) noe
 }
 
 void KeptIndex::change(std::uint32_t rank, Variant const& before, Variant const& now) {
-  noteZero(before);
-  if (compareValues(before, now) == 0) return noteZero(now);
-  changes_.add({before, rank, -1});
-  --cellsOf(before);
+  if (compareValues(before, now) == 0) return noteZero(before), noteZero(now);
+  remove(rank, before);
   add(rank, now);
+}
+
+void KeptIndex::remove(std::uint32_t rank, Variant const& value) {
+  noteZero(value);
+  changes_.add({value, rank, -1});
+  --cellsOf(value);
 }
 
 void KeptIndex::add(std::uint32_t rank, Variant const& value) {

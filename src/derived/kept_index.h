@@ -15,9 +15,10 @@ class KeptIndex {
   /// Takes the place of what was kept: an index of this column as it stands.
   void assign(ValueIndex index, std::vector<Variant> const& column) noexcept;
 
-  /// A case, which had `before` or is new, has `now`.
+  /// A case that had `before` has `now`; it gets a value that it did not have, or loses one that it had.
   void change(std::uint32_t rank, Variant const& before, Variant const& now);
   void add(std::uint32_t rank, Variant const& value);
+  void remove(std::uint32_t rank, Variant const& value);
   /// After changes: looks which zero is the first where that is in doubt.
   void settleZero(std::vector<Variant> const& column) noexcept;
 

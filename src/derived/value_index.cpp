@@ -152,7 +152,7 @@ void ValueIndex::Runs::clear() noexcept {
 }
 
 // Assigning keeps memory where there is enough, else it takes just what is needed.
-void ValueIndex::assign(Runs& runs, CaseOrder::CaseIds caseIds) {
+void ValueIndex::assign(Runs& runs, CaseIds::ByRank caseIds) {
   values_.takeFrom(runs.values);
   ranks_.assign(runs.ranks.begin(), runs.ranks.end());
   nulls_ = runs.nulls;
@@ -164,7 +164,7 @@ void ValueIndex::assign(Runs& runs, CaseOrder::CaseIds caseIds) {
 
 std::set<u64> ValueIndex::caseIds(Variant const& value) const {
   std::set<u64> ids;
-  for (auto const rank : ranksOf(value)) ids.insert(ids.end(), (*caseIds_)[rank]);
+  for (auto const rank : ranksOf(value)) ids.insert(ids.end(), (*caseIds_)[rank]);  // nearly all ascend
   return ids;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "derived/case_order.h"
+#include "derived/case_ids.h"
 #include "derived/value_key.h"
 
 #include <array>
@@ -79,7 +79,7 @@ class ValueIndex {
   };
 
   /// Takes the runs in, and their values out of them.
-  void assign(Runs& runs, CaseOrder::CaseIds caseIds);
+  void assign(Runs& runs, CaseIds::ByRank caseIds);
 
   [[nodiscard]] DistinctValues const& values() const noexcept { return values_; }
   /// For one who takes the values out before `assign`.
@@ -92,7 +92,7 @@ class ValueIndex {
   [[nodiscard]] std::size_t cellsOf(ValueKind kind) const noexcept;
   [[nodiscard]] std::span<std::uint32_t const> allRanks() const noexcept { return ranks_; }
   /// By rank.
-  [[nodiscard]] CaseOrder::CaseIds const& allCaseIds() const noexcept { return caseIds_; }
+  [[nodiscard]] CaseIds::ByRank const& allCaseIds() const noexcept { return caseIds_; }
   [[nodiscard]] std::span<std::uint32_t const> ranksOf(Variant const& value) const noexcept;
   [[nodiscard]] std::span<std::uint32_t const> ranksOfValue(std::size_t number) const noexcept;
   /// Where the ranks of all values below this one end.
@@ -106,7 +106,7 @@ class ValueIndex {
   std::size_t nulls_ = 0;
   std::size_t nans_ = 0;
   std::vector<std::uint32_t> ends_;  // empty when every value has one case
-  CaseOrder::CaseIds caseIds_;
+  CaseIds::ByRank caseIds_;
 };
 
 /// Whether the zero that the first row with one holds is -0.0.

@@ -74,6 +74,7 @@ void TransactionEnd::emitTransactionSignals(ChangeLog const& done, FirstError& e
   bool const removals = done.hasRemovals();
   if (removals) {
     expireDerived();
+    error.guard([this] { followRemovals(); });
     auto removed = done.removals();
     signals_.emitChange(removed);
     record.removed = std::move(removed.removed);
@@ -91,6 +92,11 @@ void TransactionEnd::emitTransactionSignals(ChangeLog const& done, FirstError& e
 void TransactionEnd::refreshStatistics() {
   statistics_.recompute();
   settle();
+}
+
+// Nothing but removals leads to no `recompute`; questions are spared the making of indices all the same.
+void TransactionEnd::followRemovals() {
+  if (statistics_.follow()) settle();
 }
 
 // What slots touched after the calculation has to reach the next one.

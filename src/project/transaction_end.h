@@ -16,7 +16,8 @@ namespace casebook {
 ///   5. emitTransactionSignals with what was set aside
 ///
 /// Derived values are refreshed from what was touched: calculated columns in step 2, whose results are touched cells as
-/// well, then statistics before the last signal. An end that fails forgets nothing.
+/// well, then statistics before the last signal; what of them follows few changes does so before that of removals, too.
+/// An end that fails forgets nothing.
 ///
 /// The depth is 0 throughout. A transaction that a slot opens, and changes that it makes outside one, end after step
 /// 5, in the same way, as often as there is something to end. An exception skips to the end of step 5, where the
@@ -59,6 +60,7 @@ class TransactionEnd {
   void emitTransactionSignals(ChangeLog const& done, FirstError& error);
   void handOut();
 
+  void followRemovals();
   void settle();
   void expireDerived() noexcept;
 

@@ -66,7 +66,8 @@ class Study {
   void edit() {
     auto const choice = random_() % 8;
     if (choice == 0) return (this->*appending[random_() % std::size(appending)])();
-    if (choice == 1 && !calm_) return (this->*moving[random_() % std::size(moving)])();
+    if (choice == 1) return (this->*moving[random_() % std::size(moving)])();
+    if (choice == 2 && !calm_) return (this->*shaking[random_() % std::size(shaking)])();
     transact(*project_, [&](Project& p) {
       auto const variable = random_() % 2 == 0 ? busy : anyOf(p.variables());
       for (auto left = choice < 4 ? 1 : random_() % 40; left > 0; --left) write(variable);
@@ -136,17 +137,24 @@ class Study {
   }
   void erase() {
     transact(*project_, [&](Project& p) {
-      if (!p.empty()) p.eraseRecord(anyOf(p.records()));
+      auto const records = p.records();
+      std::set<u64> chosen;
+      for (auto left = 1 + random_() % 4; left > 0 && !p.empty(); --left) chosen.insert(anyOf(records));
+      for (u64 const record : chosen) p.eraseRecord(record);
+      if (random_() % 2 == 0) write(anyOf(p.variables()));
       auto const variable = anyOf(p.variables());
       if (variable > 6 && random_() % 4 == 0) p.eraseVariable(variable);
     });
   }
   /// Perhaps one that another record has.
-  void writeCaseId() {
+  void writeCaseIds() {
     if (project_->empty()) return;
     transact(*project_, [&](Project& p) {
-      auto const id = static_cast<std::uint32_t>(random_() % (2 * p.records().size()));
-      p.setValue({1, NoLockRequired{}}, {anyOf(p.records()), NoLockRequired{}}, {id, Variant::UnsignedInteger});
+      for (auto left = 1 + random_() % 3; left > 0; --left) {
+        auto const id = static_cast<std::uint32_t>(random_() % (2 * p.records().size()));
+        p.setValue({1, NoLockRequired{}}, {anyOf(p.records()), NoLockRequired{}}, {id, Variant::UnsignedInteger});
+        if (random_() % 2 == 0) write(busy);
+      }
     });
   }
   /// Distinct again, ascending or not.
@@ -159,19 +167,38 @@ class Study {
                    {down ? 5000 - row : row + 1, Variant::UnsignedInteger});
     });
   }
+  /// The last transactions, in one.
   void undo() {
-    if (blocks_.blocks.size() > 1) test::undo(*project_, blocks_.blocks.back());
+    auto const blocks = blocks_.blocks;
+    transact(*project_, [&](Project& p) {
+      auto left = std::min<u64>(1 + random_() % 3, blocks.size() - 1);
+      for (auto block = blocks.rbegin(); left > 0; --left, ++block)
+        p.processJournalTransaction(Journal::Transaction{*block, 0}, Journal::Direction::Backwards);
+    });
+  }
+
+  /// An addition, undone and made again behind later ones: records of default values come between others.
+  void addBetween() {
+    auto const place = blocks_.blocks.size();
+    append();
+    auto const block = blocks_.blocks[place];
+    test::undo(*project_, block);
+    append();
+    test::replay(*project_, block);
   }
 
   static constexpr void (Study::* appending[])() = {&Study::append, &Study::writeRow, &Study::addColumn};
-  static constexpr void (Study::* moving[])() = {&Study::writeColumn, &Study::erase,    &Study::writeCaseId,
-                                                 &Study::appendMany,  &Study::renumber, &Study::undo};
+  static constexpr void (Study::* moving[])() = {&Study::erase, &Study::writeCaseIds, &Study::undo, &Study::addBetween};
+  static constexpr void (Study::* shaking[])() = {&Study::writeColumn, &Study::appendMany, &Study::renumber};
   Random random_;
-  bool calm_;  // everything is followed
+  bool calm_;  // little changes at a time
   CurrentProject const project_;
   BlockStore blocks_{*project_};
   ScopedConnection writing_ = project_->connectProjectJournal([this](auto&) {
     if (random_() % 16 == 0) write(busy);
+  });
+  ScopedConnection asking_ = project_->connectProjectChange([this](TransactionRecord const& record) {
+    if (!record.removed.records.empty() && random_() % 2 == 0) expectCounted(*project_, busy);
   });
 };
 
