@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <optional>
 #include <ranges>
 #include <span>
 #include <string_view>
@@ -76,14 +75,15 @@ class CaseChanges {
   [[nodiscard]] std::vector<Total> totals() const;
 
   /// The smallest and the largest value of a kind, Whole or Number, among those that cases got and that still have any,
-  /// which `hasCases` tells. What it tells not to have any is not asked for again until a case gets it.
+  /// which `hasCases` tells, and `known`, which may be null. What it tells not to have any is not asked for again until
+  /// a case gets it.
   template <class HasCases>
-  [[nodiscard]] std::optional<Variant> leastGained(ValueKind kind, HasCases hasCases) {
-    return firstOf(gained_[kind == ValueKind::Whole].least, std::greater{}, kind, hasCases);
+  [[nodiscard]] Variant least(ValueKind kind, Variant const& known, HasCases hasCases) {
+    return firstOf(gained_[kind == ValueKind::Whole].least, std::greater{}, kind, known, hasCases);
   }
   template <class HasCases>
-  [[nodiscard]] std::optional<Variant> mostGained(ValueKind kind, HasCases hasCases) {
-    return firstOf(gained_[kind == ValueKind::Whole].most, std::less{}, kind, hasCases);
+  [[nodiscard]] Variant most(ValueKind kind, Variant const& known, HasCases hasCases) {
+    return firstOf(gained_[kind == ValueKind::Whole].most, std::less{}, kind, known, hasCases);
   }
 
  private:
@@ -125,8 +125,8 @@ class CaseChanges {
   [[nodiscard]] std::vector<CaseChange> all() const;
   [[nodiscard]] std::vector<Values::value_type const*> valuesInOrder() const;
   template <class Order, class HasCases>
-  [[nodiscard]] static std::optional<Variant> firstOf(std::vector<u64>& heap, Order order, ValueKind kind,
-                                                      HasCases& hasCases);
+  [[nodiscard]] static Variant firstOf(std::vector<u64>& heap, Order order, ValueKind kind, Variant const& known,
+                                       HasCases& hasCases);
 
   std::vector<Entry> entries_;  // in the order of time
   Values values_;
@@ -149,14 +149,15 @@ void CaseChanges::forCases(Values::value_type const& ofValue, Visit visit) const
 }
 
 template <class Order, class HasCases>
-std::optional<Variant> CaseChanges::firstOf(std::vector<u64>& heap, Order order, ValueKind kind, HasCases& hasCases) {
-  while (!heap.empty()) {
+Variant CaseChanges::firstOf(std::vector<u64>& heap, Order order, ValueKind kind, Variant const& known,
+                             HasCases& hasCases) {
+  while (!heap.empty() && (known.isNull() || order(keyOf(known).key, heap.front()))) {
     auto const value = valueOf({kind, heap.front()});
     if (hasCases(value)) return value;
     std::ranges::pop_heap(heap, order);
     heap.pop_back();
   }
-  return std::nullopt;
+  return known;
 }
 
 }  // namespace casebook

@@ -113,24 +113,16 @@ Variant KeptIndex::least(ValueKind kind) {
   auto const [begin, end] = index_.values().ofKind(kind);
   auto& passed = passed_[static_cast<std::size_t>(kind)].least;
   while (begin + passed < end && casesAt(begin + passed) == 0) ++passed;
-  auto least = changes_.leastGained(kind, [this](Variant const& value) { return hasCases(value); });
-  if (begin + passed < end) {
-    auto known = index_.values().at(begin + passed);
-    if (!least || compareValues(known, *least) < 0) least = std::move(known);
-  }
-  return withSign(*least);
+  auto const known = begin + passed < end ? index_.values().at(begin + passed) : Variant{};
+  return withSign(changes_.least(kind, known, [this](Variant const& value) { return hasCases(value); }));
 }
 
 Variant KeptIndex::most(ValueKind kind) {
   auto const [begin, end] = index_.values().ofKind(kind);
   auto& passed = passed_[static_cast<std::size_t>(kind)].most;
   while (begin + passed < end && casesAt(end - 1 - passed) == 0) ++passed;
-  auto most = changes_.mostGained(kind, [this](Variant const& value) { return hasCases(value); });
-  if (begin + passed < end) {
-    auto known = index_.values().at(end - 1 - passed);
-    if (!most || compareValues(known, *most) > 0) most = std::move(known);
-  }
-  return withSign(*most);
+  auto const known = begin + passed < end ? index_.values().at(end - 1 - passed) : Variant{};
+  return withSign(changes_.most(kind, known, [this](Variant const& value) { return hasCases(value); }));
 }
 
 // A value that is gone may come back to be the smallest: then a case got it, and it is among those gained.

@@ -16,4 +16,11 @@ void reserveOneMore(std::vector<T>& list) {
   reserveFor(list, list.size() + 1);
 }
 
+/// Gives room back when most of it is empty, if there is memory for a smaller one.
+template <class T>
+void fitRoom(std::vector<T>& list) noexcept {
+  constexpr std::size_t alwaysKept = 4096;
+  if (list.capacity() > alwaysKept && list.capacity() / 4 > list.size()) list.shrink_to_fit();
+}
+
 }  // namespace casebook

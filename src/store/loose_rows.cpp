@@ -1,7 +1,5 @@
 #include "store/loose_rows.h"
 
-#include "platform/growth.h"
-
 #include <algorithm>
 
 namespace casebook {
@@ -12,9 +10,8 @@ std::vector<Variant> const& LooseRows::add(u64 record, std::vector<Variant> cell
   return added->second;
 }
 
-void LooseRows::reserve(Store& store) {
+void LooseRows::reserveForAdd(Store& store) {
   std::size_t const rows = store.records.size() + 1;
-  reserveOneMore(gone_);
   reserveFor(came_, added_.size() + 1);
   reserveFor(loose_, added_.size() + 1);
   reserveFor(store.recordOfRow, rows);
@@ -73,6 +70,7 @@ void LooseRows::moveColumns(Store& store, RowShift const& shift) noexcept {
   for (auto& variable : store.variables.all()) shift.apply(variable.values);
   shift.apply(store.recordOfRow);
   for (std::size_t first = 0; first < came_.size(); first += rowsAtATime) fillRows(store, first);
+  for (auto& variable : store.variables.all()) fitRoom(variable.values);
 }
 
 // Cells lie together by row here and by column there: some rows at a time stay in the cache.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/growth.h"
 #include "store/store.h"
 
 #include <limits>
@@ -12,8 +13,9 @@ namespace casebook {
 /// behind the first such row brings all columns up to date, however many records there are.
 class LooseRows {
  public:
-  /// Takes all memory that one more record that comes or goes will need, up to `settle`. Before `add` and `remove`.
-  void reserve(Store& store);
+  /// Takes all memory that one more record that comes or goes will need, up to `settle`. Before `add`, and `remove`.
+  void reserveForAdd(Store& store);
+  void reserveForRemove() { reserveOneMore(gone_); }
   /// A record came, with these cells.
   std::vector<Variant> const& add(u64 record, std::vector<Variant> cells);
   /// A record went, a loose one or one with a row in the columns.

@@ -164,7 +164,7 @@ std::vector<Variant> Table::newRow() const {
 }
 
 DataRecord& Table::insertRecord(u64 uid, std::vector<Variant> row) {
-  looseRows_.reserve(store_);
+  looseRows_.reserveForAdd(store_);
   auto const& cells = looseRows_.add(uid, std::move(row));
   try {
     return create(store_, sink_, DataRecord{uid},
@@ -181,7 +181,7 @@ void Table::removeFiles(std::vector<u64> const& auxFiles) {
 }
 
 void Table::removeRecord(DataRecord& record) {
-  looseRows_.reserve(store_);
+  looseRows_.reserveForRemove();
   auto const auxFiles = record.auxFiles;
   removeFiles(auxFiles);
   sink_.take(RecordErasure{record, auxFiles, *this});
