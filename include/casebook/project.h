@@ -48,8 +48,8 @@ enum class MergeMethod : std::uint32_t;
 /// The face of one project: a table of cases (records) by variables, with files, tags and rules around it.
 ///
 /// Changes are made inside a Transaction; the end of the outermost one carries out deletions, refreshes derived
-/// values and emits the signals. Everything happens on the host's thread; nothing is synchronised. Threads that help to
-/// rebuild statistics end before the call returns.
+/// values and emits the signals. Everything happens on the host's thread; nothing is synchronised. Threads that help
+/// with large refreshes end before the call returns.
 ///
 /// One project is current at a time: `project()` answers it, and every handle counts its locks there. A host that
 /// wants its own instance (of this class, by `createProject`, or of one derived from it) sets `projectPtr` before it

@@ -1,11 +1,14 @@
 #include "derived/calculation.h"
 
 #include "platform/expression/compile.h"
+#include "platform/first_error.h"
+#include "platform/parallel.h"
 
 #include <algorithm>
 #include <map>
 #include <ranges>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace casebook {
@@ -110,10 +113,8 @@ void Calculation::adopt(std::vector<TargetedExpression> equations) {
   std::ranges::sort(columns);
   columns.erase(std::ranges::unique(columns).begin(), columns.end());
   std::vector<Variant*> cells(sources.size());
-  expression::EquationPlan plan{std::move(equations)};
-  expression::EquationPlan::Scratch scratch{plan};
-  plan_.emplace(std::move(sources), std::move(plan), std::move(scratch), std::move(columns), std::move(variables),
-                std::move(cells));
+  plan_.emplace(std::move(sources), expression::EquationPlan{std::move(equations)}, std::move(columns),
+                std::move(variables), std::move(cells));
 }
 
 // Name by name, which is the order that the journal tells; the second time a name comes its variables are static.
@@ -131,8 +132,11 @@ void Calculation::evaluate() {
   Positions touched;
   bool const listed = plan_->evaluated && listTouched(touched);
   if (!plan_->evaluated) touched = plan_->columns;
-  if (touched != plan_->touched) plan_->equations.selectReached(touched, plan_->reached);
-  plan_->touched = std::move(touched);
+  if (touched != plan_->touched) {
+    plan_->touched.clear();
+    plan_->equations.selectReached(touched, plan_->reached);
+    plan_->touched = std::move(touched);
+  }
   for (auto const position : plan_->columns) plan_->cells[position] = plan_->variables[position]->values.data();
   if (listed) evaluateRows();
   else evaluateAllRows();
@@ -167,42 +171,90 @@ bool Calculation::listTouched(Positions& columns) {
   return listed && rows.size() < rowCount / 4 + expression::blockRows;
 }
 
-void Calculation::evaluateAllRows() {
-  std::size_t const rowCount = table_.rowCount();
-  for (std::size_t first = 0; first < rowCount; first += expression::blockRows) {
-    std::size_t const last = std::min(first + expression::blockRows, rowCount);
-    evaluateBlock(std::views::iota(first, last),
-                  [&](Plan& plan) { plan.equations.evaluate(plan.cells, first, last, plan.scratch, plan.reached); });
-  }
-}
-
 // Single rows lie anywhere in each column: all their cells are asked of the memory before the first is waited for.
 void Calculation::evaluateRows() {
+  auto const& [equations, cells, reached] = std::tie(plan_->equations, plan_->cells, plan_->reached);
   std::span<std::size_t const> rest{plan_->rows};
   while (!rest.empty()) {
     auto const rows = rest.first(std::min(expression::blockRows, rest.size()));
-    for (auto const* const columns : {&plan_->reached.targets(), &plan_->reached.inputs()})
+    for (auto const* const columns : {&reached.targets(), &reached.inputs()})
       for (auto const column : *columns)
-        for (auto const row : rows) __builtin_prefetch(&plan_->cells[column][row]);
-    evaluateBlock(rows, [&](Plan& plan) { plan.equations.evaluate(plan.cells, rows, plan.scratch, plan.reached); });
+        for (auto const row : rows) __builtin_prefetch(&cells[column][row]);
+    evaluateBlock(
+        plan_->work, rows, [&](auto& scratch) { equations.evaluate(cells, rows, scratch, reached); },
+        [this](auto... changed) { note(changed...); });
     rest = rest.subspan(rows.size());
   }
 }
 
-template <class Rows, class Evaluate>
-void Calculation::evaluateBlock(Rows const& rows, Evaluate const& evaluate) {
-  auto& before = plan_->before;
+void Calculation::evaluateAllRows() {
+  constexpr std::size_t leastCellsForThreads = 200'000;  // which take about a millisecond
+  std::size_t const rowCount = table_.rowCount();
+  if (rowCount * plan_->reached.targets().size() >= leastCellsForThreads) return evaluateAllInParallel();
+  auto const& [equations, cells, reached] = std::tie(plan_->equations, plan_->cells, plan_->reached);
+  for (std::size_t first = 0; first < rowCount; first += expression::blockRows) {
+    std::size_t const last = std::min(first + expression::blockRows, rowCount);
+    evaluateBlock(
+        plan_->work, std::views::iota(first, last),
+        [&](auto& scratch) { equations.evaluate(cells, first, last, scratch, reached); },
+        [this](auto... changed) { note(changed...); });
+  }
+}
+
+// Threads write cells of rows of their own; what they changed is noted when all have ended, also where one failed.
+void Calculation::evaluateAllInParallel() {
+  constexpr std::size_t rowsAtATime = 16 * expression::blockRows;
+  std::size_t const rowCount = table_.rowCount();
+  std::size_t const targets = plan_->reached.targets().size();
+  std::vector<std::vector<Changed>> changed((rowCount + rowsAtATime - 1) / rowsAtATime, std::vector<Changed>(targets));
+  FirstError error;
+  error.guard([&] {
+    runInParallel(changed.size(), [&](std::size_t part) {
+      evaluatePart(part * rowsAtATime, std::min((part + 1) * rowsAtATime, rowCount), changed[part]);
+    });
+  });
+  for (std::size_t target = 0; target < targets; ++target)
+    for (auto const& part : changed)
+      for (auto const& [row, before] : part[target]) note(target, row, before);
+  error.rethrow();
+}
+
+// More of a column are not listed among what was touched either.
+void Calculation::evaluatePart(std::size_t first, std::size_t last, std::vector<Changed>& changed) const {
+  BlockWork work;
+  auto const most = TouchedColumn::mostListed(table_.rowCount()) + 1;
+  for (std::size_t end = first; first < last; first = end) {
+    end = std::min(first + expression::blockRows, last);
+    for (auto& cells : changed) cells.reserve(std::min(cells.size() + expression::blockRows, most));
+    evaluateBlock(
+        work, std::views::iota(first, end),
+        [&](auto& scratch) { plan_->equations.evaluate(plan_->cells, first, end, scratch, plan_->reached); },
+        [&](std::size_t target, std::size_t row, Variant const& before) {
+          auto& cells = changed[target];
+          if (cells.size() < most) cells.push_back({static_cast<std::uint32_t>(row), before});
+        });
+  }
+}
+
+template <class Rows, class Evaluate, class Note>
+void Calculation::evaluateBlock(BlockWork& work, Rows const& rows, Evaluate const& evaluate, Note const& note) const {
+  auto& [scratch, before] = work;
+  if (!scratch) scratch.emplace(plan_->equations);
+  auto const& targets = plan_->reached.targets();
   before.clear();
-  for (auto const target : plan_->reached.targets())
+  for (auto const target : targets)
     for (auto const row : rows) before.push_back(plan_->cells[target][row]);
-  evaluate(*plan_);
+  evaluate(*scratch);
   auto held = before.begin();
-  for (auto const target : plan_->reached.targets())
+  for (std::size_t number = 0; number < targets.size(); ++number)
     for (auto const row : rows) {
-      if (!plan_->cells[target][row].isIdentical(*held))
-        store_.touched.noteWrite(*plan_->variables[target], row, *held);
+      if (!plan_->cells[targets[number]][row].isIdentical(*held)) note(number, row, *held);
       ++held;
     }
+}
+
+void Calculation::note(std::size_t target, std::size_t row, Variant const& before) noexcept {
+  store_.touched.noteWrite(*plan_->variables[plan_->reached.targets()[target]], row, before);
 }
 
 }  // namespace casebook

@@ -40,19 +40,26 @@ class Calculation {
 
   using Positions = std::vector<std::size_t>;  ///< of columns among all, ascending
 
+  /// What one thread keeps while it works out a block.
+  struct BlockWork {
+    std::optional<expression::EquationPlan::Scratch> scratch;
+    std::vector<Variant> before;  ///< what the targets held
+  };
+  /// What some rows of one target held before they were worked out, as far as they hold something else now.
+  using Changed = std::vector<TouchedColumn::Cell>;
+
   /// The equations of the variables as they are in `sources`, which are all.
   struct Plan {
     std::vector<Source> sources;
     expression::EquationPlan equations;
-    expression::EquationPlan::Scratch scratch;
     Positions columns;                                 ///< that the equations read or write
     std::vector<DataVariable*> variables;              ///< these, by position
     std::vector<Variant*> cells;                       ///< the first of each, by position
     Positions touched = {};                            ///< columns of which cells were touched
     expression::EquationPlan::Selection reached = {};  ///< the equations to work out for these
     std::vector<std::size_t> rows = {};                ///< to work them out in
-    std::vector<Variant> before = {};                  ///< what the targets held in a block
-    bool evaluated = false;                            ///< all in all rows, once
+    BlockWork work = {};
+    bool evaluated = false;  ///< all in all rows, once
   };
 
   [[nodiscard]] bool isCurrent();
@@ -63,10 +70,14 @@ class Calculation {
 
   void evaluate();
   [[nodiscard]] bool listTouched(Positions& columns);
-  void evaluateAllRows();
   void evaluateRows();
-  template <class Rows, class Evaluate>
-  void evaluateBlock(Rows const& rows, Evaluate const& evaluate);
+  void evaluateAllRows();
+  void evaluateAllInParallel();
+  void evaluatePart(std::size_t first, std::size_t last, std::vector<Changed>& changed) const;
+  /// Calls `note(number, row, before)` for each cell that changed of a target by its number; it must not throw.
+  template <class Rows, class Evaluate, class Note>
+  void evaluateBlock(BlockWork& work, Rows const& rows, Evaluate const& evaluate, Note const& note) const;
+  void note(std::size_t target, std::size_t row, Variant const& before) noexcept;
 
   Store& store_;
   Table& table_;

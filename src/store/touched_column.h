@@ -23,6 +23,11 @@ class TouchedColumn {
   TouchedColumn& operator=(TouchedColumn const&) = delete;
   ~TouchedColumn() = default;
 
+  /// How many writes are listed of a column: past this share its rebuild costs no more than the list.
+  [[nodiscard]] static constexpr std::size_t mostListed(std::size_t columnLength) noexcept {
+    return std::max(std::size_t{16}, columnLength / 32);
+  }
+
   /// When a cell was last written, or all of them were, or the column came.
   [[nodiscard]] u64 changedAt() const noexcept { return changedAt_; }
 
@@ -69,12 +74,8 @@ class TouchedColumn {
   void markEntered() noexcept { entered_ = true; }
 
  private:
-  /// Past this share of a column its rebuild costs no more than the list.
-  static constexpr std::size_t leastShare = 32;
-  static constexpr std::size_t alwaysListed = 16;
-
   [[nodiscard]] bool list(Cell cell, std::size_t columnLength) noexcept try {
-    if (cells_.size() >= std::max(alwaysListed, columnLength / leastShare)) return false;
+    if (cells_.size() >= mostListed(columnLength)) return false;
     cells_.push_back(std::move(cell));
     return true;
   } catch (...) {
