@@ -24,7 +24,7 @@ void sortDistinct(std::vector<std::uint32_t>& ranks) {
   ranks.erase(repeated.begin(), repeated.end());
 }
 
-bool hasTwins(std::vector<std::uint32_t>& ranks) {
+bool hasTwins(std::vector<std::uint32_t> ranks) {
   std::ranges::sort(ranks);
   return std::ranges::adjacent_find(ranks) != ranks.end();
 }
@@ -82,7 +82,7 @@ bool CaseOrder::follow(std::vector<Variant> const& caseIdColumn, RowChanges cons
   moveRows(rows, caseIdColumn.size());
   rankRows();
   if (!addCompany()) return false;
-  lookForTwins();
+  changes_.anyTwins = hasTwins(ranksBefore()) || hasTwins(ranksNow());
   return true;
 }
 
@@ -171,14 +171,9 @@ void CaseOrder::leave(std::uint32_t rank) noexcept {
 bool CaseOrder::addCompany() {
   constexpr std::size_t alwaysListed = 16;
   constexpr std::size_t leastShare = 16;
-  std::vector<std::uint32_t> touched;
-  std::vector<std::uint32_t> joined;
-  for (auto const& gone : changes_.gone) touched.push_back(gone.rank);
-  for (auto const& [row, before, now] : changes_.rows) {
-    if (before != noCase) touched.push_back(before);
-    touched.push_back(now);
-    joined.push_back(now);
-  }
+  auto touched = ranksBefore();
+  auto joined = ranksNow();
+  touched.insert(touched.end(), joined.begin(), joined.end());
   sortDistinct(touched);
   std::ranges::sort(joined);
   std::size_t company = 0;
@@ -197,15 +192,20 @@ bool CaseOrder::addCompany() {
   return true;
 }
 
-void CaseOrder::lookForTwins() {
-  std::vector<std::uint32_t> before;
-  std::vector<std::uint32_t> now;
-  for (auto const& gone : changes_.gone) before.push_back(gone.rank);
-  for (auto const& row : changes_.rows) {
-    if (row.before != noCase) before.push_back(row.before);
-    now.push_back(row.now);
-  }
-  changes_.anyTwins = hasTwins(before) || hasTwins(now);
+std::vector<std::uint32_t> CaseOrder::ranksBefore() const {
+  std::vector<std::uint32_t> ranks;
+  ranks.reserve(changes_.gone.size() + changes_.rows.size());
+  for (auto const& gone : changes_.gone) ranks.push_back(gone.rank);
+  for (auto const& row : changes_.rows)
+    if (row.before != noCase) ranks.push_back(row.before);
+  return ranks;
+}
+
+std::vector<std::uint32_t> CaseOrder::ranksNow() const {
+  std::vector<std::uint32_t> ranks;
+  ranks.reserve(changes_.rows.size());
+  for (auto const& row : changes_.rows) ranks.push_back(row.now);
+  return ranks;
 }
 
 }  // namespace casebook

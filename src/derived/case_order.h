@@ -81,7 +81,9 @@ class CaseOrder {
   void join(std::uint32_t rank, std::uint32_t row, std::uint32_t before);
   void leave(std::uint32_t rank) noexcept;
   [[nodiscard]] bool addCompany();
-  void lookForTwins();
+  /// Of the cases that the changed rows were, and are.
+  [[nodiscard]] std::vector<std::uint32_t> ranksBefore() const;
+  [[nodiscard]] std::vector<std::uint32_t> ranksNow() const;
   void writeOut();
 
   std::size_t size_;

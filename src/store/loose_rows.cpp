@@ -60,7 +60,7 @@ void LooseRows::findOpened(std::span<u64 const> recordOfRow) noexcept {
 }
 
 // Records are found one by one: that is faster than walking through their map, which waits for each before the next.
-void LooseRows::numberRecords(Store& store) noexcept {
+void LooseRows::numberRecords(Store& store) const noexcept {
   auto const& records = store.recordOfRow;
   auto row = static_cast<u64>(std::ranges::lower_bound(records, lowestUid_) - records.begin());
   for (; row < records.size(); ++row) store.records.find(records[row])->row = row;

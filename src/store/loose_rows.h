@@ -33,7 +33,7 @@ class LooseRows {
   void findOpened(std::span<u64 const> recordOfRow) noexcept;
   void moveColumns(Store& store, RowShift const& shift) noexcept;
   void fillRows(Store& store, std::size_t first) noexcept;
-  void numberRecords(Store& store) noexcept;
+  void numberRecords(Store& store) const noexcept;
 
   std::map<u64, std::vector<Variant>> added_;
   std::vector<std::uint32_t> gone_;

@@ -1,5 +1,7 @@
 #include "store/row_moves.h"
 
+#include <functional>
+#include <iterator>
 #include <ranges>
 
 namespace casebook {
@@ -9,6 +11,16 @@ namespace {
 // Past this share of the rows everything that follows from the table is worked out anew as fast.
 constexpr std::size_t leastShare = 32;
 constexpr std::size_t alwaysListed = 16;
+
+/// Of a list of two sorted parts, the second of which begins at `middle`, makes one.
+template <class T, class Key = std::identity>
+void mergeParts(std::vector<T>& list, std::size_t middle, Key key = {}) {
+  std::span const all{list};
+  std::vector<T> merged;
+  merged.reserve(all.size());
+  std::ranges::merge(all.first(middle), all.subspan(middle), std::back_inserter(merged), {}, key, key);
+  list.swap(merged);
+}
 
 }  // namespace
 
@@ -51,7 +63,7 @@ void RowMoves::takeGone(std::span<std::uint32_t const> rows, std::span<u64 const
     while (passed < known && gone_[passed].row <= number + passed) ++passed;
     gone_.push_back({number + passed, places_.back(), recordOfRow[row]});
   }
-  std::ranges::inplace_merge(gone_, gone_.begin() + static_cast<std::ptrdiff_t>(known), {}, &GoneRow::row);
+  mergeParts(gone_, known, &GoneRow::row);
 }
 
 void RowMoves::takeCame(std::span<std::uint32_t const> rows) {
@@ -59,7 +71,7 @@ void RowMoves::takeCame(std::span<std::uint32_t const> rows) {
   u64 const end = firstNew();
   for (auto const row : rows)
     if (row < end + (came_.size() - known)) came_.push_back(row);
-  std::ranges::inplace_merge(came_, came_.begin() + static_cast<std::ptrdiff_t>(known));
+  mergeParts(came_, known);
 }
 
 }  // namespace casebook

@@ -75,6 +75,7 @@ class Study {
   }
 
   void expectAllCounted() {
+    expectCalculated();
     for (auto const variable : project_->variables()) expectCounted(*project_, variable.id());
     std::map<u64, u64> records;
     auto const ids = test::cellsOf(*project_, 1);
@@ -85,6 +86,16 @@ class Study {
 
  private:
   static constexpr u64 busy = 5;  // "d"
+  static constexpr u64 negative = 6;
+
+  void expectCalculated() {
+    auto const calculated = test::cellsOf(*project_, negative);
+    auto const cells = test::cellsOf(*project_, busy);
+    for (std::size_t row = 0; row < cells.size(); ++row) {
+      if (cells[row].type() != Variant::FloatingPoint || cells[row] == Variant::nan()) continue;
+      ASSERT_EQ(casebook::exactly(calculated[row]), casebook::exactly(Variant{-cells[row].doubleValue()}));
+    }
+  }
 
   template <class Handle>
   u64 anyOf(std::vector<WeakPtr<Handle>> const& all) {
@@ -100,9 +111,11 @@ class Study {
   }
 
   void write(u64 variable) {
-    if (project_->empty() || project_->variableIsCaseID(variable)) return;
-    project_->setValue({variable, NoLockRequired{}}, {anyOf(project_->records()), NoLockRequired{}},
-                       valueFor(variable));
+    if (!project_->empty()) write(variable, anyOf(project_->records()));
+  }
+  void write(u64 variable, u64 record) {
+    if (project_->variableIsCaseID(variable)) return;
+    project_->setValue({variable, NoLockRequired{}}, {record, NoLockRequired{}}, valueFor(variable));
   }
   void writeColumn() {
     transact(*project_, [&](Project& p) {
@@ -140,8 +153,11 @@ class Study {
       auto const records = p.records();
       std::set<u64> chosen;
       for (auto left = 1 + random_() % 4; left > 0 && !p.empty(); --left) chosen.insert(anyOf(records));
-      for (u64 const record : chosen) p.eraseRecord(record);
-      if (random_() % 2 == 0) write(anyOf(p.variables()));
+      for (u64 const record : chosen) {
+        p.eraseRecord(record);
+        if (random_() % 2 == 0) write(anyOf(p.variables()), record);
+      }
+      if (random_() % 2 == 0) write(busy);
       auto const variable = anyOf(p.variables());
       if (variable > 6 && random_() % 4 == 0) p.eraseVariable(variable);
     });

@@ -108,7 +108,7 @@ TEST_F(Table, FindsRecordsByIdentifierAsOfTheFirstQuestionInASlot) {
   project_->startTransaction(0);
   std::string answers;
   ScopedConnection const asking = project_->connectProjectChange([&](TransactionRecord const&) {
-    for (u64 const id : {1, 2, 7}) answers += project_->recordById(id) ? '+' : '-';
+    for (u64 const id : {1U, 2U, 7U}) answers += project_->recordById(id) ? '+' : '-';
   });
   ScopedConnection const editing = project_->connectProjectJournal([&, once = true](auto&) mutable {
     if (std::exchange(once, false)) setValue(1, kept, integer(7));
