@@ -133,7 +133,7 @@ void Calculation::evaluate() {
   bool const listed = plan_->evaluated && listTouched(touched);
   if (!plan_->evaluated) touched = plan_->columns;
   if (touched != plan_->touched) {
-    plan_->touched.clear();
+    plan_->touched.reset();
     plan_->equations.selectReached(touched, plan_->reached);
     plan_->touched = std::move(touched);
   }

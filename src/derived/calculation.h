@@ -55,7 +55,7 @@ class Calculation {
     Positions columns;                                 ///< that the equations read or write
     std::vector<DataVariable*> variables;              ///< these, by position
     std::vector<Variant*> cells;                       ///< the first of each, by position
-    Positions touched = {};                            ///< columns of which cells were touched
+    std::optional<Positions> touched = {};             ///< columns of which cells were touched
     expression::EquationPlan::Selection reached = {};  ///< the equations to work out for these
     std::vector<std::size_t> rows = {};                ///< to work them out in
     BlockWork work = {};

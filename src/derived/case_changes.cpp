@@ -76,11 +76,11 @@ void CaseChanges::add(CaseChange const& change) {
   auto const place = values_.try_emplace(change.value).first;
   auto& [last, total] = place->second;
   total += change.sign;
+  if (change.sign > 0) noteGained(change.value);
   if (last != none && entries_[last].rank == change.rank) return undoLast(place);
   entries_.push_back({change.rank, change.sign, last});
   last = static_cast<std::uint32_t>(entries_.size() - 1);
   ++size_;
-  if (change.sign > 0) noteGained(change.value);
 }
 
 void CaseChanges::undoLast(Values::iterator place) {

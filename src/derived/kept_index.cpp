@@ -40,8 +40,21 @@ void KeptIndex::remove(std::uint32_t rank, Variant const& value) {
 
 void KeptIndex::add(std::uint32_t rank, Variant const& value) {
   noteZero(value);
+  comeBack(value);
   changes_.add({value, rank, 1});
   ++cellsOf(value);
+}
+
+/// A known value that was passed over when it had no cases is the end again, or beyond it.
+void KeptIndex::comeBack(Variant const& value) noexcept {
+  auto const kind = keyOf(value).kind;
+  auto& [least, most] = passed_[static_cast<std::size_t>(kind)];
+  if (least == 0 && most == 0) return;
+  auto const place = index_.values().find(value);
+  if (!place) return;
+  auto const [begin, end] = index_.values().ofKind(kind);
+  least = std::min(least, *place - begin);
+  most = std::min(most, end - 1 - *place);
 }
 
 void KeptIndex::noteZero(Variant const& value) noexcept {
@@ -125,7 +138,6 @@ Variant KeptIndex::most(ValueKind kind) {
   return withSign(changes_.most(kind, known, [this](Variant const& value) { return hasCases(value); }));
 }
 
-// A value that is gone may come back to be the smallest: then a case got it, and it is among those gained.
 Variant KeptIndex::withSign(Variant const& value) const noexcept {
   return isZero(value) ? index_.values().zero() : value;
 }

@@ -19,6 +19,8 @@ class KeptIndex {
   void change(std::uint32_t rank, Variant const& before, Variant const& now);
   void add(std::uint32_t rank, Variant const& value);
   void remove(std::uint32_t rank, Variant const& value);
+  /// A cell held the value, or holds it: for those that are not told of above, since others have it as well.
+  void noteZero(Variant const& value) noexcept;
   /// After changes: looks which zero is the first where that is in doubt.
   void settleZero(std::vector<Variant> const& column) noexcept;
 
@@ -46,7 +48,7 @@ class KeptIndex {
   [[nodiscard]] std::size_t& cellsOf(Variant const& value) noexcept {
     return cells_[static_cast<std::size_t>(keyOf(value).kind)];
   }
-  void noteZero(Variant const& value) noexcept;
+  void comeBack(Variant const& value) noexcept;
   /// Zero with the sign that stands for both.
   [[nodiscard]] Variant withSign(Variant const& value) const noexcept;
 

@@ -150,6 +150,7 @@ void VariableStatistics::takeHeld(KeptIndex& kept) {
     return a.rank != b.rank ? a.rank <=> b.rank : compareValues(*a.value, *b.value);
   };
   auto const makeDistinct = [&](std::vector<Held>& held) {
+    for (auto const& [rank, value] : held) kept.noteZero(*value);
     std::ranges::sort(held, [&](Held const& a, Held const& b) { return compare(a, b) < 0; });
     auto const same = std::ranges::unique(held, [&](Held const& a, Held const& b) { return compare(a, b) == 0; });
     held.erase(same.begin(), same.end());

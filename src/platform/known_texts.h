@@ -8,8 +8,8 @@
 
 namespace casebook {
 
-/// Lets equal texts share their storage: remembers some of the texts that it met last, as many as a column of codes or
-/// answers has. Where texts hardly ever return it mostly stops looking.
+/// Lets equal texts share their storage: remembers some of the short texts that it met last, as many as a column of
+/// codes or answers has. Where texts hardly ever return it forgets them and mostly stops looking.
 class KnownTexts {
  public:
   KnownTexts() = default;
@@ -29,7 +29,9 @@ class KnownTexts {
 
  private:
   static constexpr std::size_t slots = 256;
+  static constexpr std::size_t longest = 64;
   static constexpr int mostCredit = 512;
+  static constexpr int firstPause = 64;
   static constexpr int pause = 8192;
 
   using Slots = std::array<Variant, slots>;
@@ -37,10 +39,12 @@ class KnownTexts {
   [[nodiscard]] Variant const& sharedText(Variant const& value) noexcept;
   /// Where the text is, or is to be; null when it is not worth a look.
   [[nodiscard]] Variant* slotOf(std::string_view text) noexcept;
-  [[nodiscard]] bool isWorthALook() noexcept;
+  [[nodiscard]] bool isWorthALook(std::string_view text) noexcept;
+  void gain() noexcept;
+  void lose() noexcept;
 
   std::unique_ptr<Slots> known_;
-  int credit_ = mostCredit;  // gained by texts that return, lost by others; below 0 texts are passed over
+  int credit_ = -firstPause;  // gained by texts that return, lost by others; below 0 texts are passed over
 };
 
 }  // namespace casebook

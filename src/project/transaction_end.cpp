@@ -94,9 +94,11 @@ void TransactionEnd::refreshStatistics() {
   settle();
 }
 
-// Nothing but removals leads to no `recompute`; questions are spared the making of indices all the same.
+// Nothing but removals leads to no `recompute`; questions are spared the making of indices all the same. What cannot
+// follow is of no use any more, and must not keep the record of what was touched from beginning anew.
 void TransactionEnd::followRemovals() {
-  if (statistics_.follow()) settle();
+  if (!statistics_.follow()) statistics_.clear();
+  settle();
 }
 
 // What slots touched after the calculation has to reach the next one.

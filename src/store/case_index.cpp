@@ -20,8 +20,10 @@ void CaseIndex::clear() noexcept {
 }
 
 // What it cannot take in shows at the next question.
-void CaseIndex::follow() {
-  if (!answers_) (void)takeChanges();
+void CaseIndex::follow() noexcept try {
+  if (!answers_ && takeChanges()) remember();
+} catch (...) {
+  clear();
 }
 
 void CaseIndex::takeAll() {
@@ -39,6 +41,8 @@ bool CaseIndex::takeChanges() {
   auto const rows = store_.touched.rowsSince(*refreshedAt_, rowsSeen_);
   auto const written = caseIds.touched.since(*refreshedAt_);
   if (!rows || !written) return false;
+  bool const anyNew = !rows->came.empty() || rows->firstNew < store_.recordOfRow.size();
+  if (rows->gone.empty() && !anyNew && written->empty()) return true;
   refreshedAt_.reset();  // when it throws, nothing is kept
   FirstWrites writes;
   writes.assign(*written);

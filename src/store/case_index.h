@@ -21,7 +21,7 @@ class CaseIndex {
 
   /// Before the touched cells are settled, which tell no more then: takes in what changed, where it is little and
   /// nobody has asked since `expire`.
-  void follow();
+  void follow() noexcept;
 
  private:
   [[nodiscard]] bool takeChanges();

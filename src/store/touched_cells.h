@@ -84,9 +84,13 @@ class TouchedCells {
     if (!variable.touched.entered() && enter(variable.id)) variable.touched.markEntered();
   }
 
+  // More, in rows that come and go by turns with writes, take as long as working everything out anew.
+  static constexpr u64 mostFollowed = 4'000'000;
+
   u64 now_ = 1;  // nobody has looked by then
   u64 movedAt_ = 1;
   u64 settledAt_ = 0;
+  u64 followed_ = 0;               // cells and rows, each as often as a pass moved it since all was settled
   std::optional<RowMoves> moves_;  // since all was settled; none when it is not known how
   Uids variables_;
 };

@@ -57,8 +57,9 @@ class TouchedColumn {
   [[nodiscard]] std::span<Variant const> gone() const noexcept { return gone_; }
 
   /// Rows are about to move, of which RowMoves has told the places.
-  void noteShift(u64 now, RowShift const& shift, std::span<std::uint32_t const> places,
-                 std::vector<Variant> const& column) noexcept;
+  /// Returns how many cells it looked at.
+  std::size_t noteShift(u64 now, RowShift const& shift, std::span<std::uint32_t const> places,
+                        std::vector<Variant> const& column) noexcept;
 
   /// Everything derived has seen what is noted. Keeps the memory of the list.
   void settle(u64 now) noexcept {

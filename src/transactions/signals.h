@@ -6,7 +6,6 @@
 
 #include "platform/first_error.h"
 
-#include <boost/signals2/dummy_mutex.hpp>
 #include <boost/signals2/signal.hpp>
 
 #include <functional>
@@ -27,8 +26,7 @@ struct CallEverySlot {
   }
 };
 
-/// One signal, of which no other thread hears. Counts its slots, because every change to the table asks whether the
-/// journal has any.
+/// One signal. Counts its slots, because every change to the table asks whether the journal has any.
 template <class... Arguments>
 class Signal {
  public:
@@ -39,10 +37,7 @@ class Signal {
   }
 
  private:
-  boost::signals2::signal<void(Arguments...), CallEverySlot, int, std::less<int>, std::function<void(Arguments...)>,
-                          std::function<void(boost::signals2::connection const&, Arguments...)>,
-                          boost::signals2::dummy_mutex>
-      signal_;
+  boost::signals2::signal<void(Arguments...), CallEverySlot> signal_;
   std::shared_ptr<u64> slots_ = std::make_shared<u64>(0);
 };
 

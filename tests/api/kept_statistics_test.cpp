@@ -230,5 +230,35 @@ TEST(KeptStatistics, AreThoseOfTheTableCountedAgainAfterEachTransaction) {
   }
 }
 
+// The ends of a column go and come back, by other edits and by undoing; also when many edits elsewhere lie between.
+TEST(KeptStatistics, TellTheEndsOfFewCellsWhoseValuesComeBack) {
+  for (u64 seed = 1; seed <= 6; ++seed) {
+    Random random{seed};
+    CurrentProject const project;
+    u64 const variable = project->addVariable("a", {}, Variant::FloatingPoint, {}).id();
+    auto const write = [&](Project& p, u64 row, u64 value) {
+      p.setValue({variable, NoLockRequired{}}, {p.records()[row].id(), NoLockRequired{}}, static_cast<double>(value));
+    };
+    transact(*project, [&](Project& p) {
+      for (u64 row = 0; row <= seed; ++row) {
+        p.addRecord();
+        write(p, row, row);
+      }
+    });
+    BlockStore const blocks{*project};
+    for (int edit = 0; edit < 300; ++edit) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + ", edit " + std::to_string(edit));
+      auto const row = random() % (seed + 1);
+      transact(*project, [&](Project& p) { write(p, row, random() % 8); });
+      if (random() % 2 == 0) expectCounted(*project, variable);
+      if (random() % 2 == 0) test::undo(*project, blocks.blocks.back());
+      for (u64 left = random() % 32 == 0 ? 200 : 0; left > 0; --left)
+        transact(*project, [&](Project& p) { write(p, 0, left % 2 * 100); });
+      if (random() % 2 == 0) expectCounted(*project, variable);
+      if (testing::Test::HasFailure()) return;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace casebook
