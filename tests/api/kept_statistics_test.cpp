@@ -14,7 +14,6 @@ namespace {
 using test::BlockStore;
 using test::CurrentProject;
 using test::someValue;
-using test::transact;
 using Random = std::mt19937_64;
 
 /// As the columns of the two types of numbers are told to be read.
@@ -44,6 +43,7 @@ void expectCounted(Project& p, u64 variable) {
     ASSERT_EQ(p.variableValueCount(variable, value), held.size()) << value.toString();
     ASSERT_EQ(p.variableCaseIDs(variable, value), held) << value.toString();
   }
+  EXPECT_EQ(p.variableNumNullValues(variable), cases[Variant{}].size() + cases[Variant::nan()].size());
   auto const type = p.variableDataType(variable);
   if (type == Variant::String) return;
   EXPECT_EQ(exactly(p.variableRange(variable)), exactly(rangeOf(test::cellsOf(p, variable), type)));
@@ -53,7 +53,7 @@ void expectCounted(Project& p, u64 variable) {
 class Study {
  public:
   explicit Study(u64 seed) : random_{seed}, calm_{seed % 2 == 0} {
-    transact(*project_, [&](Project& p) {
+    test::transact(*project_, [&](Project& p) {
       for (auto const type : {Variant::FloatingPoint, Variant::UnsignedInteger, Variant::String})
         p.addVariable("a", {}, type, type == Variant::String ? Variant{""} : Variant{});
       p.addVariable("d", {}, Variant::FloatingPoint, 0.0);
@@ -68,7 +68,7 @@ class Study {
     if (choice == 0) return (this->*appending[random_() % std::size(appending)])();
     if (choice == 1) return (this->*moving[random_() % std::size(moving)])();
     if (choice == 2 && !calm_) return (this->*shaking[random_() % std::size(shaking)])();
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       auto const variable = random_() % 2 == 0 ? busy : anyOf(p.variables());
       for (auto left = choice < 4 ? 1 : random_() % 40; left > 0; --left) write(variable);
     });
@@ -97,6 +97,21 @@ class Study {
     }
   }
 
+  /// What is answered within a transaction stands until it ends.
+  template <class Edits>
+  void transact(Edits const& edits) {
+    auto const variable = anyOf(project_->variables());
+    bool const asks = random_() % 4 == 0;
+    auto const answer = [&] {
+      return asks ? test::exactly(project_->variableUniqueValues(variable)) : std::vector<std::string>{};
+    };
+    test::transact(*project_, [&](Project& p) {
+      auto const before = answer();
+      edits(p);
+      EXPECT_EQ(answer(), before);
+    });
+  }
+
   template <class Handle>
   u64 anyOf(std::vector<WeakPtr<Handle>> const& all) {
     return all.empty() ? 0 : all[random_() % all.size()].id();
@@ -118,14 +133,14 @@ class Study {
     project_->setValue({variable, NoLockRequired{}}, {record, NoLockRequired{}}, valueFor(variable));
   }
   void writeColumn() {
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       auto const variable = anyOf(p.variables());
       for (std::size_t left = p.records().size(); left > 0; --left) write(variable);
     });
   }
   /// Whatever the types.
   void writeRow() {
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       if (p.empty()) return;
       auto const record = anyOf(p.records());
       auto row = p.getRow(record);
@@ -134,22 +149,22 @@ class Study {
     });
   }
   void append() {
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       for (auto left = 1 + random_() % 4; left > 0; --left) p.addRecord();
       write(anyOf(p.variables()));
     });
   }
   void appendMany() {
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       for (auto left = random_() % 200; left > 0; --left) p.addRecord();
     });
   }
   void addColumn() {
     if (project_->variables().size() > 9) return;
-    transact(*project_, [&](Project& p) { p.addVariable("x", {}, Variant::FloatingPoint, -0.0); });
+    transact([&](Project& p) { p.addVariable("x", {}, Variant::FloatingPoint, -0.0); });
   }
   void erase() {
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       auto const records = p.records();
       std::set<u64> chosen;
       for (auto left = 1 + random_() % 4; left > 0 && !p.empty(); --left) chosen.insert(anyOf(records));
@@ -165,7 +180,7 @@ class Study {
   /// Perhaps one that another record has.
   void writeCaseIds() {
     if (project_->empty()) return;
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       for (auto left = 1 + random_() % 3; left > 0; --left) {
         auto const id = static_cast<std::uint32_t>(random_() % (2 * p.records().size()));
         p.setValue({1, NoLockRequired{}}, {anyOf(p.records()), NoLockRequired{}}, {id, Variant::UnsignedInteger});
@@ -175,7 +190,7 @@ class Study {
   }
   /// Distinct again, ascending or not.
   void renumber() {
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       auto const records = p.records();
       bool const down = random_() % 2 == 0;
       for (std::uint32_t row = 0; row < records.size(); ++row)
@@ -186,7 +201,7 @@ class Study {
   /// The last transactions, in one.
   void undo() {
     auto const blocks = blocks_.blocks;
-    transact(*project_, [&](Project& p) {
+    transact([&](Project& p) {
       auto left = std::min<u64>(1 + random_() % 3, blocks.size() - 1);
       for (auto block = blocks.rbegin(); left > 0; --left, ++block)
         p.processJournalTransaction(Journal::Transaction{*block, 0}, Journal::Direction::Backwards);

@@ -1,15 +1,12 @@
 #include "support/allocations.h"
-#include "support/random_edits.h"
 #include "support/recount.h"
 
 #include <gtest/gtest.h>
 
-#include <rapidcheck/gtest.h>
 #include <stdexcept>
 
 #include <cmath>
 #include <limits>
-#include <map>
 #include <set>
 
 namespace casebook {
@@ -19,105 +16,11 @@ using test::CurrentProject;
 using test::refusalOf;
 using test::transact;
 
-using test::Cases;
-using test::exactly;
 using test::recount;
 using test::uniqueIn;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
-
-void expectUnique(Project& project, u64 variable, Cases const& cases) {
-  RC_ASSERT(exactly(project.variableUniqueValues(variable)) == exactly(uniqueIn(cases)));
-}
-
-void expectCases(Project& project, u64 variable, Cases cases) {
-  u64 const missing = cases[Variant{}].size() + cases[Variant::nan()].size();
-  RC_ASSERT(project.variableNumNullValues(variable) == missing);
-  for (Variant const& absent : {Variant{1234.5}, Variant{"absent"}, Variant{99, Variant::UnsignedInteger}})
-    cases[absent];
-  for (auto const& [value, held] : cases) {
-    RC_ASSERT(project.variableCaseIDs(variable, value) == held);
-    RC_ASSERT(project.variableValueCount(variable, value) == held.size());
-  }
-}
-
-/// What the statistics are to answer: pictures of columns, two for each variable, taken when a transaction that
-/// changed anything ends, else at the first question.
-class Model {
- public:
-  explicit Model(Project& project) : project_{project} {}
-
-  /// Asks one question.
-  void ask(u64 variable, bool forCases) {
-    auto& pictures = forCases ? cases_ : unique_;
-    auto const [place, isNew] = pictures.try_emplace(variable);
-    if (isNew) place->second = recount(project_, variable);
-    if (forCases) expectCases(project_, variable, place->second);
-    else expectUnique(project_, variable, place->second);
-  }
-
-  void askAll() {
-    for (auto const variable : project_.variables()) ask(variable.id(), false), ask(variable.id(), true);
-  }
-
-  void forget() { cases_.clear(), unique_.clear(); }
-
-  /// The reports of the transaction that ended.
-  void end(std::vector<TransactionRecord> const& reports) {
-    if (reports.empty()) return;
-    forget();
-    if (reports.size() == 1 && tellsRemovals(reports.front())) return;
-    for (auto const variable : project_.variables())
-      cases_[variable.id()] = unique_[variable.id()] = recount(project_, variable.id());
-  }
-
- private:
-  static bool tellsRemovals(TransactionRecord const& report) {
-    auto const& gone = report.removed;
-    auto const lists = {&gone.variables,  &gone.records,   &gone.variableRegexs,
-                        &gone.pathRegexs, &gone.tagGroups, &gone.auxFiles};
-    return std::ranges::any_of(lists, [](auto const* list) { return !list->empty(); });
-  }
-
-  Project& project_;
-  std::map<u64, Cases> cases_;
-  std::map<u64, Cases> unique_;
-};
-
-/// The words of several transactions, of few edits each: some of them do nothing, or nothing but erase.
-rc::Gen<std::vector<std::vector<u64>>> transactions() {
-  return [](rc::Random random, int size) {
-    std::vector<std::vector<u64>> all(1 + static_cast<std::size_t>(size) / 2);
-    for (auto& words : all) {
-      words.resize(random.next() % 12);
-      for (auto& word : words) word = random.next();
-    }
-    return rc::shrinkable::shrinkRecur(std::move(all), [](auto const& some) { return rc::shrink::removeChunks(some); });
-  };
-}
-
-RC_GTEST_PROP(StatisticsProperty, AnswersAreThoseOfTheTableWhenItWasLastLookedAt, ()) {
-  CurrentProject const project;
-  Model model{*project};
-  std::vector<TransactionRecord> reports;
-  ScopedConnection const heard =
-      project->connectProjectChange([&](TransactionRecord const& report) { reports.push_back(report); });
-  for (auto const& words : *transactions()) {
-    reports.clear();
-    transact(*project, [&](Project& p) {
-      test::RandomEdits edits{p};
-      for (u64 const word : words) {
-        edits.make(word >> 8);
-        auto const variables = p.variables();
-        model.ask(variables[word / 2 % variables.size()].id(), word % 2 == 0);
-      }
-    });
-    model.end(reports);
-    if (words.size() == 11) project->resetProject(), model.forget();
-    if (words.size() % 4 == 0) model.askAll();
-  }
-}
 
 /// A project with a variable of these cells.
 struct Table {
