@@ -156,43 +156,6 @@ TEST_F(Merge, OfNoColumnsDoesNothingAndAnUnknownMethodMakesTheVariables) {
             before + "variable 2 N|||0:0|2|0|2\nvariable 3 T|||3:|3|0|0\nvariable 4 W|||0:0|1|0|5\n");
 }
 
-TEST_F(Merge, RowsClaimRecordsInOrder) {
-  Infos const infos{{"k", key, text}, {"l", key, number}, {"v", plain, number}};
-  Columns const start{{"a;", "b", "a", "b", "12"}, {1.0, {}, -0.0, {}, Variant::nan()}, {0.0, 1.0, 2.0, 3.0, 4.0}};
-  Columns const more{
-      {"b", "a", "b", "b", "a;1", "12"}, {{}, 0.0, {}, {}, {}, Variant::nan()}, {10.0, 2.0, 11.0, 12.0, 13.0, {}}};
-  // Without records every row is appended, and what was appended is not matched; nor is there a match without keys.
-  mergeInto(*project_, start, infos, byKeys);
-  EXPECT_EQ(project_->merge_prep(more, infos).matchCount, 4u);
-  EXPECT_EQ(project_->merge_prep({{3.0}}, {{"v", plain, number}}).matchCount, 0u);
-  EXPECT_EQ(project_->merge_prep({{"b"}, {0.0}}, {{"k", key, text}, {"new", key, number}}).matchCount, 0u);
-  EXPECT_EQ(project_->merge_prep({{"a", "a", "a"}}, {{"k", key, text}}).matchCount, 1u);
-  BlockStore journal{*project_};
-  mergeInto(*project_, more, infos, byKeys);
-  EXPECT_EQ(rowsOf(*project_),
-            "a; 1 0 \nb - 10 \na 0 2 \nb - 11 \n12 nan - \n"
-            "b - 12 \na;1 - 13 \n");
-  EXPECT_EQ(journal.commands().size(), 3u + 2 + 6) << "cells that differ, records, all cells of an appended row";
-  mergeInto(*project_, {{4.0}}, {{"v", plain, number}}, byKeys);
-  EXPECT_EQ(project_->records().size(), 8u) << "nothing to match by";
-  // Of a new key every record holds the default.
-  mergeInto(*project_, {{"", "x"}, {20.0, 21.0}}, {{"m", key, text}, {"v", plain, number}}, byKeys);
-  EXPECT_EQ(rowsOf(*project_).substr(0, 16), "a; 1 20  \nb - 10");
-  EXPECT_EQ(project_->records().size(), 9u);
-}
-
-TEST_F(Merge, ByCaseIdDropsWhatItDoesNotFind) {
-  mergeInto(*project_, {{1.0, 2.0, 3.0}, {"a", "b", "c"}}, {{"v", plain, number}, {"w", plain, text}}, append);
-  Infos const infos{{"Case ID", plain, whole}, {"w", plain, text}, {"v", plain, number}};
-  auto info = project_->merge_prep(
-      {{integer(3), integer(9), integer(1), integer(3)}, {"C", "X", {}, "again"}, {{}, 9.0, 1.0, 8.0}}, infos);
-  info.method = byCaseId;
-  transact(*project_,
-           [&](Project& p) { p.merge(info, files({{{0, "t"}, {"f"}}, {{1, "t"}, {"x"}}, {{3, "t"}, {"y"}}})); });
-  EXPECT_EQ(rowsOf(*project_), "1 - \n2 b \n- C <f:t,>\n");
-  EXPECT_EQ(project_->getRow(project_->records().front().id())[2].type(), Variant::Null);
-}
-
 TEST_F(Merge, FilesFollowTheirRows) {
   Infos const infos{{"k", key, number}};
   auto const collection =
@@ -208,6 +171,8 @@ TEST_F(Merge, FilesFollowTheirRows) {
   collection->count = 4;
   mergeInto(*project_, {{7.0, 2.0, 8.0, 9.0}}, infos, byKeys, collection);
   EXPECT_EQ(rowsOf(*project_), "1 <a:t,><b:t,><a:u,>\n2 <c:t,>\n3 \n4 \n7 <a:t,><b:t,><a:u,>\n8 \n9 <d:u,>\n");
+  mergeInto(*project_, {{integer(77), integer(3)}}, {{"Case ID", plain, whole}}, byCaseId, collection);
+  EXPECT_EQ(rowsOf(*project_), "1 <a:t,><b:t,><a:u,>\n2 <c:t,>\n3 <c:t,>\n4 \n7 <a:t,><b:t,><a:u,>\n8 \n9 <d:u,>\n");
 }
 
 TEST_F(Merge, PreparedStaysSafeWhenTheProjectChanges) {
@@ -296,15 +261,19 @@ struct Model {
   std::map<std::string, Variant> defaults;
   u64 nextCase = 1;
   u64 cellsWritten = 0;
+  u64 matches = 0;
 
   void merge(Columns const& table, Infos const& infos, MergeMethod method) {
     std::vector<std::string> keys;
+    bool isCountable = method == byKeys;
     for (auto const& info : infos) {
-      if (defaults.try_emplace(info.name, info.dataType == text ? Variant{""} : Variant{}).second)
-        for (auto& row : rows) row[info.name] = defaults[info.name];
-      if (method == byCaseId ? info.name == "Case ID" : info.nature == key) keys.push_back(info.name);
+      bool const isKey = method == byCaseId ? info.name == "Case ID" : info.nature == key;
+      bool const isNew = defaults.try_emplace(info.name, info.dataType == text ? Variant{""} : Variant{}).second;
+      for (auto& row : rows) row.try_emplace(info.name, defaults[info.name]);
+      if (isKey) keys.push_back(info.name);
+      isCountable = isCountable && !(isKey && isNew);
     }
-    bool const matches = method != append && !rows.empty() && !keys.empty();
+    bool const claims = method != append && !rows.empty() && !keys.empty();
     std::vector<Row> unmatched;
     std::set<std::size_t> claimed;
     for (std::size_t i = 0; i < table.front().size(); ++i) {
@@ -313,13 +282,14 @@ struct Model {
       auto const equals = [&](Row& row) {
         return std::ranges::all_of(keys, [&](auto const& name) { return row[name] == input[name]; });
       };
-      std::size_t at = matches ? 0 : rows.size();
+      std::size_t at = claims ? 0 : rows.size();
       while (at < rows.size() && (claimed.contains(at) || !equals(rows[at]))) ++at;
       if (at == rows.size()) unmatched.push_back(input);
       else if (claimed.insert(at).second)
         for (auto const& [name, value] : input)
           if (rows[at][name] != value) rows[at][name] = value, ++cellsWritten;
     }
+    matches = isCountable ? claimed.size() : 0;
     if (method == byCaseId) return;
     for (auto const& input : unmatched) {
       rows.push_back(defaults);
@@ -357,8 +327,10 @@ RC_GTEST_PROP(MergeProperty, EqualsAPlainModelAndIsUndoneInOneStep, ()) {
 
     auto const before = stateOf(*project);
     auto const blocks = journal.blocks.size();
+    auto const foreseen = project->merge_prep(table, infos).matchCount;
     model.cellsWritten = 0;
     model.merge(table, infos, method);
+    RC_ASSERT(method != byKeys || foreseen == model.matches);
     mergeInto(*project, table, infos, method);
 
     RC_ASSERT(project->records().size() == model.rows.size());
