@@ -80,19 +80,6 @@ TEST_F(HistoryTest, EveryStateComesBackAlsoAfterARestartAndANewEditEndsRedo) {
   EXPECT_EQ(verify().undone, 4U);
 }
 
-TEST_F(HistoryTest, WhatChangedOutsideAnyTransactionIsAnEditBeforeTheNext) {
-  (*project)->setFriendlyName("the host's own");
-  EXPECT_EQ(messageOf([&] {
-              file->edit("add a case", [](Transaction& transaction) {
-                addCase(transaction);
-                throw std::runtime_error("no");
-              });
-            }),
-            "no");
-  EXPECT_EQ((*project)->friendlyName(), "the host's own");
-  EXPECT_EQ(state(), stateIn(path));
-}
-
 TEST_F(HistoryTest, SlotsThatHoldStillAreUndoneStepByStep) {
   std::vector<std::string> states{state()};
   {
@@ -189,20 +176,6 @@ TEST_F(HistoryTest, UidsOfWhatIsGoneAreNotGivenOutBehindACheckpoint) {
   file->edit("add a case", addCase);
   file->undo(4);
   EXPECT_EQ(state(), before);
-}
-
-TEST_F(CheckpointTest, CutAnywhereWithinItsFrameNothingIsLost) {
-  auto const whole = contentOf(path);
-  auto const begin = file->frames().back().offset;
-  for (auto n = begin; n <= whole.size(); ++n) {
-    SCOPED_TRACE(n);
-    file.reset();
-    setContent(path, Content(whole.begin(), whole.begin() + static_cast<long>(n)));
-    reopen();
-    EXPECT_EQ(state(), atCheckpoint);
-    EXPECT_EQ(tailOf(*file).length, n < whole.size() ? n - begin : 0);
-    std::filesystem::remove(tailOf(*file).keptAside);
-  }
 }
 
 TEST_F(CheckpointTest, ABrokenOneIsPassedOverAndTheFileGoesOn) {

@@ -69,41 +69,32 @@ Change failing(Change const& change) {
 }
 
 TEST_F(ProjectFileTest, WhatSlotsEditIsWrittenAndTakenBackWithTheEdit) {
-  EditingSlot const slot{*project, &file};
-  file.edit("add a case", addCase);
-  EXPECT_EQ(labels(), "1 add a case\n2 add a case (by a slot)\n");
-  auto const state = project.state();
-  EXPECT_EQ(stateIn(path), state);
-  EXPECT_EQ(messageOf([&] { file.edit("add a case", failing(addCase)); }), "no");
-  EXPECT_EQ(project.state(), state);
-}
-
-TEST_F(ProjectFileTest, SlotsHearNothingOfOpeningAndMayNotEditWhileAnEditIsTakenBack) {
-  file.edit("add a case", addCase);
-  EditingSlot const slot{*project, nullptr};
+  bool slotThrows = false;
+  {
+    EditingSlot const slot{*project, &file};
+    file.edit("add a case", addCase);
+    EXPECT_EQ(labels(), "1 add a case\n2 add a case (by a slot)\n");
+    auto const state = project.state();
+    EXPECT_EQ(stateIn(path), state);
+    ScopedConnection const other = project->connectProjectChange([&](TransactionRecord const&) {
+      if (std::exchange(slotThrows, false)) throw std::runtime_error("a slot's");
+    });
+    slotThrows = true;
+    EXPECT_EQ(messageOf([&] { file.edit("in the commit", addCase); }), "a slot's");
+    EXPECT_EQ(messageOf([&] { file.edit(std::string(65536, 'x'), addCase); }), "A label is at most 65535 bytes long.");
+    EXPECT_EQ(messageOf([&] { file.edit("add a case", failing(addCase)); }), "no");
+    EXPECT_EQ(project.state(), state);
+    EXPECT_EQ(stateIn(path), state);
+  }
+  EditingSlot const slot{*project, nullptr};  // one that edits while an edit is taken back
   EXPECT_EQ(messageOf([&] { file.edit("add a case", failing(addCase)); }),
             path.string() +
                 " is closed: an edit failed (no) and could not be taken back (A slot changed the project while an "
                 "edit was taken back.).");
-
   TestProject again;
-  EditingSlot const other{*again, nullptr};
-  EXPECT_EQ(ProjectFile::open(path, *again).frames().size(), 1U);
+  EditingSlot const hearsNothing{*again, nullptr};
+  EXPECT_EQ(ProjectFile::open(path, *again).frames().size(), 2U);
   EXPECT_EQ(again.state(), stateIn(path));
-}
-
-TEST_F(ProjectFileTest, FailedEditsLeaveNothing) {
-  file.edit("add a case", addCase);
-  auto const state = project.state();
-  auto const bytes = contentOf(path);
-  bool slotThrows = true;
-  ScopedConnection const slot = project->connectProjectChange([&](TransactionRecord const&) {
-    if (std::exchange(slotThrows, false)) throw std::runtime_error("a slot's");
-  });
-  EXPECT_EQ(messageOf([&] { file.edit("in the commit", addCase); }), "a slot's");
-  EXPECT_EQ(messageOf([&] { file.edit(std::string(65536, 'x'), addCase); }), "A label is at most 65535 bytes long.");
-  EXPECT_EQ(project.state(), state);
-  EXPECT_EQ(contentOf(path), bytes);
 }
 
 TEST_F(ProjectFileTest, EditsWithinEditsTransactionsAndSlotsDoNotRun) {
