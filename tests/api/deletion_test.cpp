@@ -3,9 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <optional>
-
 namespace casebook {
 namespace {
 
@@ -25,27 +22,19 @@ constexpr auto nonExistent = "Attempted to delete non-existent data entity (true
 struct Kind {
   u64 (*add)(Project&);
   void (*erase)(Project&, u64);
-  /// Locks the entity and gives what to keep so that it stays locked.
-  std::function<bool()> (*lock)(u64);
 };
-
-template <class Handle>
-std::function<bool()> keep(u64 uid) {
-  return [handle = std::make_shared<Handle>(WeakPtr<Handle>{uid}.lock())] { return handle->valid(); };
-}
 
 constexpr Kind kinds[] = {
     {[](Project& p) { return p.addVariable("v", {}, Variant::String, "x").id(); },
-     [](Project& p, u64 uid) { p.eraseVariable(uid); }, keep<Variable>},
-    {[](Project& p) { return p.addRecord().id(); }, [](Project& p, u64 uid) { p.eraseRecord(uid); }, keep<Record>},
+     [](Project& p, u64 uid) { p.eraseVariable(uid); }},
+    {[](Project& p) { return p.addRecord().id(); }, [](Project& p, u64 uid) { p.eraseRecord(uid); }},
     {[](Project& p) { return p.addAuxFile(2, "f" + std::to_string(p.auxFiles().size()), "t").id(); },
-     [](Project& p, u64 uid) { p.eraseAuxFile(uid); }, keep<AuxFile>},
+     [](Project& p, u64 uid) { p.eraseAuxFile(uid); }},
     {[](Project& p) { return p.addTagGroup("g" + std::to_string(p.tagGroups().size())).id(); },
-     [](Project& p, u64 uid) { p.eraseTagGroup(uid); }, keep<TagGroup>},
-    {[](Project& p) { return p.addPathRegex("*", "t").id(); }, [](Project& p, u64 uid) { p.erasePathRegex(uid); },
-     keep<Regex<std::string>>},
+     [](Project& p, u64 uid) { p.eraseTagGroup(uid); }},
+    {[](Project& p) { return p.addPathRegex("*", "t").id(); }, [](Project& p, u64 uid) { p.erasePathRegex(uid); }},
     {[](Project& p) { return p.addVariableRegex("*", Variable{1, NoLockRequired{}}).id(); },
-     [](Project& p, u64 uid) { p.eraseVariableRegex(uid); }, keep<Regex<Variable>>},
+     [](Project& p, u64 uid) { p.eraseVariableRegex(uid); }},
 };
 
 /// A project with a record, and what its transactions gave.
@@ -146,23 +135,6 @@ TEST_F(Deletion, OfTheCaseStatusTakesEffectAtOnce) {
     EXPECT_EQ(refusalOf([&] { p.setVariableType(3, VariableType::Ordinary); }),
               "Only activating records makes a Case Status variable. (true)");
   });
-}
-
-TEST_F(Deletion, LeavesHandlesHarmless) {
-  for (auto const& kind : kinds) {
-    u64 uid = 0;
-    transact([&](Project& p) { uid = kind.add(p); });
-    auto const erase = [&] { transact([&](Project& p) { kind.erase(p, uid); }); };
-    std::optional held{kind.lock(uid)};
-    erase();
-    EXPECT_FALSE(kind.lock(uid)());
-    EXPECT_TRUE(project_->isCompletelyUnlocked());
-    undo();
-    std::optional second{kind.lock(uid)};
-    EXPECT_FALSE(project_->isCompletelyUnlocked());
-    held.reset(), second.reset();
-    EXPECT_TRUE(project_->isCompletelyUnlocked());
-  }
 }
 
 }  // namespace

@@ -115,7 +115,6 @@ TEST(LoaderDescriptionDepot, TellsWhatItsLoadersLoad) {
   EXPECT_TRUE(file.is3DXFile());
   depot.add({"Ours", {".one"}});
   EXPECT_FALSE(file.is3DXFile());
-  EXPECT_EQ(depot.extensions().size(), before.size() + 1);
   EXPECT_TRUE(depot.remove("Ours"));
   EXPECT_FALSE(depot.remove("Ours"));
   EXPECT_EQ(depot.extensions(), before);
@@ -167,21 +166,6 @@ TEST_F(TaggedFiles, AnswerForASelectionOfCases) {
     EXPECT_EQ(operations.getUnusedTags({"front", "own", "photo", "x"}, cases), unused);
   }
   EXPECT_TRUE(project_->isCompletelyUnlocked());
-}
-
-TEST(ImageTags, AreClaimedAnewWhenAFileComesBack) {
-  CurrentProject const project;
-  test::BlockStore const journal{*project};
-  transact(*project, [](Project& p) {
-    p.addRecord();  // 2
-    p.addAuxFile(2, "a.png", ""), p.addAuxFile(2, "ab.png", "");
-    p.addPathRegex("*.png", "t"), p.addPathRegex("*b.png", "u");
-  });
-  EXPECT_EQ(project->imageTags(), (Tags{"t", "u"}));
-  transact(*project, [](Project& p) { p.eraseAuxFile(3); });
-  EXPECT_EQ(project->imageTags(), Tags{"t"});
-  test::undo(*project, journal.blocks.back());
-  EXPECT_EQ(project->imageTags(), (Tags{"t", "u"}));
 }
 
 /// Notes what its groups lose.
