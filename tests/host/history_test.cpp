@@ -11,32 +11,6 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-TEST(Log, TellsOfStepsAndOfWhatIsUndone) {
-  Desk desk;
-  desk.import("p.casebook", "Name,Mass\nAda,1.5\n");
-  for (std::string const value : {"2", "3", "4"}) desk.done({"set", "p.casebook", "1", "Mass", value});
-  desk.done({"undo", "p.casebook", "2"});
-  desk.done({"redo", "p.casebook"});
-  desk.done({"set", "p.casebook", "1", "Name", "Eve"});
-  std::vector<std::string> titles;
-  for (std::string const& line : linesOf(desk.done({"log", "p.casebook", "--last", "6"})))
-    titles.push_back(line.substr(0, 4) + line.substr(line.find("byte") + 5));
-  EXPECT_EQ(
-      titles,
-      (std::vector<std::string>{
-          "   3          set case 1 \"Mass\" to 3", "   4  undone  set case 1 \"Mass\" to 4",
-          "   5          undo of 4: set case 1 \"Mass\" to 4", "   6          undo of 3: set case 1 \"Mass\" to 3",
-          "   7          redo of 3: set case 1 \"Mass\" to 3", "   8          set case 1 \"Name\" to \"Eve\""}));
-  auto const json = nlohmann::json::parse(desk.done({"log", "p.casebook", "--json", "--commands", "--last", "5"}));
-  auto entries = json.at("transactions");
-  for (auto& entry : entries) entry.erase("time"), entry.erase("bytes"), entry.erase("commands");
-  EXPECT_EQ(entries.at(0), nlohmann::json::parse(R"({"sequence": 4, "kind": "transaction", "undone": true,
-      "label": "set case 1 \"Mass\" to 4", "changes": ["case 1, \"Mass\": 3 -> 4"]})"));
-  EXPECT_EQ(entries.at(1), nlohmann::json::parse(R"({"sequence": 5, "kind": "undo", "of": 4,
-      "label": "set case 1 \"Mass\" to 4", "changes": ["case 1, \"Mass\": 4 -> 3"]})"));
-  EXPECT_EQ(entries.at(4).at("undone"), false);
-}
-
 Frame frameOf(std::string const& file, FrameKind kind) {
   CurrentProject const project;
   ProjectFile::Options options;

@@ -1,5 +1,4 @@
 #include "text/numbers.h"
-#include "csv/column_inference.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -75,32 +74,6 @@ TEST(Numbers, WholeOnesFit32Bits) {
   EXPECT_EQ(readWholeNumber("4294967295"), 4294967295U);
   for (char const* text : {"", "4294967296", "-1", "+1", "01", "1.0", " 1", "1 ", "1e3", "99999999999999999999"})
     EXPECT_EQ(readWholeNumber(text), std::nullopt) << text;
-}
-
-TEST(ColumnInference, DecidesByTheCellsThatHoldSomething) {
-  struct Case {
-    std::string cells;  // one for each line
-    MissingWords missing;
-    bool isNumber;
-    std::string loneWord;
-    std::size_t count = 0;
-  };
-  std::vector<Case> const cases{{"1\n2.5\n", {}, true, ""},
-                                {"1\n\n-3\n", {}, true, ""},
-                                {"\n\n", {}, false, ""},
-                                {"1\n007\n", {}, false, ""},
-                                {"1\nNA\n2\nNA\n", {}, false, "NA", 2},
-                                {"nan\n1\n", {}, false, "nan", 1},
-                                {"NA\n1\n-\n", {}, false, ""},
-                                {"NA\n1\n-\n", {"NA", "-"}, true, ""},
-                                {"NA\nNA\n", {"NA"}, false, ""},
-                                {"1\nna\n", {"NA"}, false, "na", 1}};
-  for (Case const& c : cases) {
-    ColumnGuess const guess = guessColumn(CsvTable::parse("x\n" + c.cells, ','), 0, c.missing);
-    EXPECT_EQ(guess.isNumber, c.isNumber) << c.cells;
-    EXPECT_EQ(guess.loneWord, c.loneWord) << c.cells;
-    EXPECT_EQ(guess.loneWordCount, c.count) << c.cells;
-  }
 }
 
 }  // namespace

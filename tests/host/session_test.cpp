@@ -7,13 +7,14 @@
 //              ~ the label of the transaction that was written, and ~~ the words for each of its commands
 //   = 7,     the row of the table that begins so
 //
-// HERE stands for the folder of the session.
+// HERE stands for the folder of the session, IDENTITY for what tells its file from others, and TIME for any.
 
 #include "desk.h"
 
 #include <nlohmann/json.hpp>
 
 #include <iomanip>
+#include <regex>
 
 namespace casebook::cli {
 namespace {
@@ -41,7 +42,9 @@ class Session {
       else if (line.starts_with("= ")) tellRow(line.substr(2, line.find(',') - 1));
       else if (!file_.empty()) take(line);
     }
-    return replaced(text_, std::filesystem::current_path().string(), "HERE");
+    auto text = replaced(text_, std::filesystem::current_path().string(), "HERE");
+    text = std::regex_replace(text, std::regex{"[0-9a-f]{32}"}, "IDENTITY");
+    return std::regex_replace(text, std::regex{"20[0-9-]{8}[T ][0-9:.]{8,12}"}, "TIME");
   }
 
   /// All that the project holds.
