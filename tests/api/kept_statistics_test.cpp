@@ -82,6 +82,7 @@ class Study {
     auto const all = project_->records();
     for (std::size_t row = 0; row < ids.size(); ++row) records.emplace(ids[row].longValue(), all[row].id());
     for (auto const& [id, record] : records) ASSERT_EQ(project_->recordById(id).id(), record);
+    for (u64 const id : gone_) ASSERT_EQ(bool{project_->recordById(id)}, records.contains(id)) << id;
   }
 
  private:
@@ -164,18 +165,22 @@ class Study {
     transact([&](Project& p) { p.addVariable("x", {}, Variant::FloatingPoint, -0.0); });
   }
   void erase() {
+    u64 gone = 0;
     transact([&](Project& p) {
       auto const records = p.records();
       std::set<u64> chosen;
       for (auto left = 1 + random_() % 4; left > 0 && !p.empty(); --left) chosen.insert(anyOf(records));
       for (u64 const record : chosen) {
+        gone_.push_back(p.getRow(record).front().longValue());
         p.eraseRecord(record);
         if (random_() % 2 == 0) write(anyOf(p.variables()), record);
       }
       if (random_() % 2 == 0) write(busy);
       auto const variable = anyOf(p.variables());
-      if (variable > 6 && random_() % 4 == 0) p.eraseVariable(variable);
+      if (variable > 6 && random_() % 4 == 0) p.eraseVariable(gone = variable);
     });
+    auto const refusal = test::refusalOf([&] { return project_->variableUniqueValues(gone); });
+    EXPECT_EQ(refusal, test::unknownEntity) << gone;
   }
   /// Perhaps one that another record has.
   void writeCaseIds() {
@@ -222,7 +227,8 @@ class Study {
   static constexpr void (Study::* moving[])() = {&Study::erase, &Study::writeCaseIds, &Study::undo, &Study::addBetween};
   static constexpr void (Study::* shaking[])() = {&Study::writeColumn, &Study::appendMany, &Study::renumber};
   Random random_;
-  bool calm_;  // little changes at a time
+  bool calm_;              // little changes at a time
+  std::vector<u64> gone_;  // case identifiers of records that were erased
   CurrentProject const project_;
   BlockStore blocks_{*project_};
   ScopedConnection writing_ = project_->connectProjectJournal([this](auto&) {
@@ -254,7 +260,7 @@ TEST(KeptStatistics, TellTheEndsOfFewCellsWhoseValuesComeBack) {
     auto const write = [&](Project& p, u64 row, u64 value) {
       p.setValue({variable, NoLockRequired{}}, {p.records()[row].id(), NoLockRequired{}}, static_cast<double>(value));
     };
-    transact(*project, [&](Project& p) {
+    test::transact(*project, [&](Project& p) {
       for (u64 row = 0; row <= seed; ++row) {
         p.addRecord();
         write(p, row, row);
@@ -264,11 +270,11 @@ TEST(KeptStatistics, TellTheEndsOfFewCellsWhoseValuesComeBack) {
     for (int edit = 0; edit < 300; ++edit) {
       SCOPED_TRACE("seed " + std::to_string(seed) + ", edit " + std::to_string(edit));
       auto const row = random() % (seed + 1);
-      transact(*project, [&](Project& p) { write(p, row, random() % 8); });
+      test::transact(*project, [&](Project& p) { write(p, row, random() % 8); });
       if (random() % 2 == 0) expectCounted(*project, variable);
       if (random() % 2 == 0) test::undo(*project, blocks.blocks.back());
       for (u64 left = random() % 32 == 0 ? 200 : 0; left > 0; --left)
-        transact(*project, [&](Project& p) { write(p, 0, left % 2 * 100); });
+        test::transact(*project, [&](Project& p) { write(p, 0, left % 2 * 100); });
       if (random() % 2 == 0) expectCounted(*project, variable);
       if (testing::Test::HasFailure()) return;
     }
