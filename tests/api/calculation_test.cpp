@@ -67,16 +67,6 @@ TEST_F(CalculationTest, FollowsItsInputsAtTheEndOfEachTransaction) {
   EXPECT_EQ(cell(both), Variant{60.5});
 }
 
-TEST_F(CalculationTest, OfOneNameTheLowestIsReadAndEachHasItsOwnColumn) {
-  transact([](Project& p) {
-    p.addCalcVariable("c", {}, "a + 2"), p.addCalcVariable("c", {}, "a + 3"), p.addCalcVariable("d", {}, "c");
-  });
-  EXPECT_EQ(cell(b + 2), Variant{6.0});
-  EXPECT_EQ(cell(b + 3), Variant{5.0});
-  transact([](Project& p) { p.eraseVariable(b + 1); });
-  EXPECT_EQ(cell(b + 3), Variant{6.0});
-}
-
 TEST_F(CalculationTest, WhatIsNoExpressionBecomesStaticAndKeepsItsValues) {
   auto const ordinary = calculated("x", "a +");
   EXPECT_FALSE(isCalculated(ordinary));

@@ -139,14 +139,12 @@ TEST_F(Merge, RefusesInOrderBeforeAnythingChanges) {
 
 TEST_F(Merge, OfNoColumnsDoesNothingAndAnUnknownMethodMakesTheVariables) {
   auto const before = stateOf(*project_);
-  MergeInfo none = project_->merge_prep({}, {});
+  auto const none = project_->merge_prep({}, {});
   EXPECT_EQ(none.method, append);
-  EXPECT_EQ(none.matchCount, 0u);
-  for (std::uint32_t method = 0; method < 8; ++method) {
-    none.method = MergeMethod{method};
+  for (auto const method : {append, byCaseId, byKeys, MergeMethod{7}}) {
     project_->merge(none, files());
     project_->merge(MergeInfo{}, files());
-    project_->merge({}, {}, MergeMethod{method}, files());
+    project_->merge({}, {}, method, files());
   }
   EXPECT_EQ(stateOf(*project_), before);
   Infos const infos{{"N", key, number}, {"T", plain, text}, {"W", VariableNature{5}, whole}};

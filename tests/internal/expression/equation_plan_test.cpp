@@ -149,24 +149,6 @@ TEST(EquationPlan, OrdersALongChainOnLittleStack) {
   });
 }
 
-TEST(EquationPlan, ReadsCellsAsTheyAre) {
-  Variant const two{2u, Variant::UnsignedInteger};
-  Table table{{1.0, two, {}, Variant::nan(), "x", "y", ""}, {two, two, "x", 1.0, "x", "x", 2.0}};
-  std::vector<std::pair<std::string, std::vector<std::string>>> const cases = {
-      {"a > b", {"0", "0", "null", "null", "0", "1", "null"}},
-      {"a == 'x'", {"null", "null", "null", "null", "1", "0", "0"}},
-      {"'x' < a", {"null", "null", "null", "null", "0", "1", "0"}},
-      {"isnull(a)", {"0", "0", "1", "1", "0", "0", "0"}},
-      {"isnull(+a)", {"0", "0", "1", "1", "1", "1", "1"}},
-      {"a + b > 2 or b == 'x'", {"1", "1", "1", "null", "1", "1", "null"}},
-  };
-  for (auto const& [text, expected] : cases) {
-    auto const results = test::evaluate(text, {{"a", "b"}, table});
-    for (std::size_t row = 0; row < expected.size(); ++row)
-      EXPECT_EQ(written(results[row]), expected[row]) << text << row;
-  }
-}
-
 TEST(ExpressionExecutor, FindsEachEquationItsColumn) {
   Table table{{5.0}, {0.0}, {0.0}, {0.0}, {7.0}};
   std::vector<ExpressionExecutor::VariableArray> const bindings{

@@ -125,16 +125,6 @@ TEST(Expression, RefusesWithThePlaceAndTheReason) {
   for (auto const& [text, refusal] : cases) EXPECT_EQ(refusalAt(text, names), refusal) << text;
 }
 
-TEST(Expression, ErrorTellsTheUnknownName) {
-  try {
-    Expression const expression{"1 + [x]] y]", {}};
-    ADD_FAILURE() << "read";
-  } catch (Expression::Error const& error) {
-    EXPECT_EQ(error.unknown(), Expression::Error::Unknown::Column);
-    EXPECT_EQ(error.unknownName(), "x] y");
-  }
-}
-
 std::string repeated(std::string const& part, std::size_t times) {
   std::string all;
   for (std::size_t i = 0; i < times; ++i) all += part;
