@@ -59,7 +59,7 @@ class Study {
       p.addVariable("d", {}, Variant::FloatingPoint, 0.0);
       p.addCalcVariable("c", {}, "-d");
       p.addCalcVariable("e", {}, "coalesce(a, c)");
-      for (u64 left = random_() % 600; left > 0; --left) p.addRecord();
+      for (u64 left = random_() % (seed % 4 == 1 ? 6 : 600); left > 0; --left) p.addRecord();
     });
   }
 
@@ -152,6 +152,7 @@ class Study {
   void append() {
     transact([&](Project& p) {
       for (auto left = 1 + random_() % 4; left > 0; --left) p.addRecord();
+      if (!calm_ && random_() % 2 == 0) writeCaseId(p);
       write(anyOf(p.variables()));
     });
   }
@@ -165,7 +166,6 @@ class Study {
     transact([&](Project& p) { p.addVariable("x", {}, Variant::FloatingPoint, -0.0); });
   }
   void erase() {
-    u64 gone = 0;
     transact([&](Project& p) {
       auto const records = p.records();
       std::set<u64> chosen;
@@ -177,18 +177,20 @@ class Study {
       }
       if (random_() % 2 == 0) write(busy);
       auto const variable = anyOf(p.variables());
-      if (variable > 6 && random_() % 4 == 0) p.eraseVariable(gone = variable);
+      if (variable > 6) p.eraseVariable(variable);
     });
-    auto const refusal = test::refusalOf([&] { return project_->variableUniqueValues(gone); });
-    EXPECT_EQ(refusal, test::unknownEntity) << gone;
   }
   /// Perhaps one that another record has.
+  void writeCaseId(Project& p) {
+    if (p.empty()) return;
+    auto const id = static_cast<std::uint32_t>(random_() % (2 * p.records().size()));
+    auto const record = random_() % 4 == 0 ? p.records().back().id() : anyOf(p.records());
+    p.setValue({1, NoLockRequired{}}, {record, NoLockRequired{}}, {id, Variant::UnsignedInteger});
+  }
   void writeCaseIds() {
-    if (project_->empty()) return;
     transact([&](Project& p) {
       for (auto left = 1 + random_() % 3; left > 0; --left) {
-        auto const id = static_cast<std::uint32_t>(random_() % (2 * p.records().size()));
-        p.setValue({1, NoLockRequired{}}, {anyOf(p.records()), NoLockRequired{}}, {id, Variant::UnsignedInteger});
+        writeCaseId(p);
         if (random_() % 2 == 0) write(busy);
       }
     });

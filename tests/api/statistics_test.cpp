@@ -98,6 +98,13 @@ TEST(Statistics, TheRangeIsThatOfTheNumbers) {
               "variableRange called on a non-numeric variable (true)");
 }
 
+TEST(Statistics, OfAVariableThatIsGoneAreRefused) {
+  Table const table{Variant::FloatingPoint, {1.0, 2.0}};
+  transact(*table.project, [&](Project& p) { p.eraseVariable(table.variable); });
+  transact(*table.project, [](Project& p) { p.setDescription("with which the others are worked out"); });
+  EXPECT_EQ(refusalOf([&] { return table.project->variableUniqueValues(table.variable); }), test::unknownEntity);
+}
+
 TEST(Statistics, AreWorkedOutWhenAProjectWasRestored) {
   Table const table{Variant::FloatingPoint, {1.0, 2.0}};
   auto const checkpoint = table.project->checkpoint();

@@ -168,6 +168,21 @@ TEST_F(TaggedFiles, AnswerForASelectionOfCases) {
   EXPECT_TRUE(project_->isCompletelyUnlocked());
 }
 
+TEST(ImageTags, AreClaimedAnewWhenAFileComesBack) {
+  CurrentProject const project;
+  test::BlockStore const journal{*project};
+  transact(*project, [](Project& p) {
+    p.addRecord();  // 2
+    p.addAuxFile(2, "a.png", ""), p.addAuxFile(2, "ab.png", "");
+    p.addPathRegex("*.png", "t"), p.addPathRegex("*b.png", "u");
+  });
+  EXPECT_EQ(project->imageTags(), (Tags{"t", "u"}));
+  transact(*project, [](Project& p) { p.eraseAuxFile(3); });
+  EXPECT_EQ(project->imageTags(), Tags{"t"});
+  test::undo(*project, journal.blocks.back());
+  EXPECT_EQ(project->imageTags(), (Tags{"t", "u"}));
+}
+
 /// Notes what its groups lose.
 struct NotingProject final : Project {
   void removeTag(u64 group, std::string const& tag) override {

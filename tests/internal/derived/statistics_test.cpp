@@ -1,6 +1,7 @@
 // Columns of every size and content, beside statistics in ordered containers.
 
 #include "derived/index_builder.h"
+#include "derived/kept_index.h"
 #include "derived/variable_statistics.h"
 
 #include <gtest/gtest.h>
@@ -78,7 +79,9 @@ Cases recount(Column const& column, Column const& ids) {
   return cases;
 }
 
-void expectSame(ValueIndex const& index, Column const& found, Cases const& cases) {
+/// Of a ValueIndex or a KeptIndex.
+template <class Index>
+void expectSame(Index& index, Column const& found, Cases const& cases) {
   Column distinct;
   for (auto const& [value, ids] : cases) {
     if (value != Variant{} && value != Variant::nan()) distinct.push_back(value);
@@ -106,6 +109,37 @@ TEST(ValueIndex, HoldsWhatOrderedContainersWould) {
         if (HasFatalFailure()) return;
       }
     }
+}
+
+/// One that a random half of the column's rows, rather the first, is given.
+void change(Column& column, KeptIndex& kept, Content const& content, Random& random) {
+  for (auto left = random() % (2 * column.size()); left > 0; --left) {
+    auto& cell = column[random() % (1 + random() % column.size())];
+    auto now = content.value(random);
+    kept.change(static_cast<std::uint32_t>(&cell - column.data()), cell, now);
+    cell = std::move(now);
+    if (random() % 100 == 0) (void)kept.count(cell);
+  }
+  kept.settleZero(column);
+}
+
+TEST(KeptIndex, IsThatOfTheColumnAfterAnyChanges) {
+  Random random{1};
+  auto const ids = makeColumn(identifiers[0], 12'000, random);
+  CaseOrder const order{ids};
+  for (auto const& content : contents) {
+    SCOPED_TRACE(content.name);
+    auto column = makeColumn(content, ids.size(), random);
+    KeptIndex kept;
+    IndexFolder folder;
+    kept.assign(IndexBuilder{}.build(column, order), column);
+    for (bool const fold : {false, false, true, true, false}) {
+      change(column, kept, content, random);
+      if (fold) kept.fold(folder);
+      expectSame(kept, kept.values(), recount(column, ids));
+      if (HasFatalFailure()) return;
+    }
+  }
 }
 
 /// A store of columns, the first of which are the case identifiers.
