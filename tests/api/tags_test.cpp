@@ -103,6 +103,7 @@ TEST(AuxFiles, AreClassifiedByTheEndOfTheirNames) {
     EXPECT_TRUE(fileMatchesWildcards("d/scan.TAR.gz", {entry}));
   for (auto const* entry : {"*.tar", "d/*", "s?can*"}) EXPECT_FALSE(fileMatchesWildcards("d/scan.TAR.gz", {entry}));
   EXPECT_FALSE(fileMatchesWildcards("d/scan.TAR.gz", {}));
+  EXPECT_FALSE(fileMatchesWildcards("d\\scan", {"d*"}));
 }
 
 TEST(LoaderDescriptionDepot, TellsWhatItsLoadersLoad) {

@@ -161,7 +161,7 @@ TEST(ExpressionExecutor, FindsEachEquationItsColumn) {
 }
 
 TEST(ExpressionExecutor, RefusesBeforeAnythingIsWritten) {
-  Table table{{1.0, 2.0}, {3.0, 4.0}, {5.0}};
+  Table table{{1.0, 2.0}, {3.0, 4.0}, {5.0, 6.0, 7.0}};
   auto const untouched = table;
   std::vector<ExpressionExecutor::VariableArray> bindings{{"a", &table[0]}, {"b", &table[1]}};
   auto const refusal = [&](std::vector<ExpressionExecutor::Equation> const& equations) {

@@ -118,6 +118,7 @@ TEST(Expression, RefusesWithThePlaceAndTheReason) {
       {"a\xC2\xA0+\xC2\xA0 B", "7: There is no column \"B\"."},
       {"1 + atan2(a)", "4: \"atan2\" takes 2 arguments, not 1."},
       {"sum()", "0: \"sum\" takes at least 1 argument, not 0."},
+      {"abs(a, b)", "0: \"abs\" takes 1 argument, not 2."},
       {"'x'", "0: A text can only be compared, with a column or with another text."},
       {"a + 1 == ('y')", "10: A text can only be compared, with a column or with another text."},
       {"isnull('y')", "7: A text can only be compared, with a column or with another text."},
