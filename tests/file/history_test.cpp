@@ -74,8 +74,10 @@ TEST_F(HistoryTest, EveryStateComesBackAlsoAfterARestartAndANewEditEndsRedo) {
   auto const last = file->frames().back();
   reopen();
   EXPECT_EQ(file->redoEndedBy(), last.sequence);
+  EXPECT_TRUE(file->redoable().empty());
   EXPECT_EQ(file->undoable(), (std::vector<u64>{1, 2, last.sequence}));
   file->undo(3);
+  EXPECT_FALSE(file->redoEndedBy());
   EXPECT_EQ(state(), states[0]);
   EXPECT_EQ(verify().undone, 4U);
 }
