@@ -176,6 +176,7 @@ TEST_F(HistoryTest, UidsOfWhatIsGoneAreNotGivenOutBehindACheckpoint) {
   ASSERT_EQ(file->frames().back().kind, FrameKind::Checkpoint);
   reopen();
   file->edit("add a case", addCase);
+  EXPECT_GT((*project)->records().back().id(), record.id());
   file->undo(4);
   EXPECT_EQ(state(), before);
 }
