@@ -112,5 +112,37 @@ TEST_F(CalculationTest, VariablesBecomeStaticNameByName) {
   EXPECT_EQ(order, (std::vector<u64>{b + 1, b + 3, b + 2}));
 }
 
+// So many cells are divided among threads; statistics hear of each that changed.
+TEST_F(CalculationTest, WorksOutManyRowsAtOnce) {
+  constexpr int columns = 12;
+  constexpr u64 rows = 17'000;
+  std::vector<u64> calculatedOnes;
+  transact([&](Project& p) {
+    for (int k = 0; k < columns; ++k) {
+      auto const input = k == 0 ? std::string{"1"} : "c" + std::to_string(k - 1);
+      calculatedOnes.push_back(p.addCalcVariable("c" + std::to_string(k), {}, input + " + a").id());
+    }
+    for (u64 left = rows - 2; left > 0; --left) p.addRecord();
+  });
+  auto const records = project_->records();
+  for (double const factor : {1.0, 0.5, 0.5}) {
+    transact([&](Project& p) {
+      for (u64 row = 0; row < rows; ++row)
+        p.setValue(Variable{a, NoLockRequired{}}, Record{records[row].id(), NoLockRequired{}},
+                   factor * static_cast<double>(row));
+    });
+    double slope = 0;
+    for (u64 const calculatedOne : calculatedOnes) {
+      slope += factor;
+      u64 wrong = 0;
+      for (u64 row = 0; row < rows; ++row)
+        wrong += cell(calculatedOne, records[row].id()) != Variant{1 + slope * static_cast<double>(row)};
+      EXPECT_EQ(wrong, 0u) << slope;
+      EXPECT_EQ(project_->variableUniqueValues(calculatedOne).size(), rows);
+      EXPECT_EQ(project_->variableRange(calculatedOne).second, 1 + slope * (rows - 1));
+    }
+  }
+}
+
 }  // namespace
 }  // namespace casebook

@@ -1,3 +1,4 @@
+#include "support/allocations.h"
 #include "support/state.h"
 
 #include <gtest/gtest.h>
@@ -180,6 +181,28 @@ TEST_F(Table, HasOneCaseStatusOnly) {
   EXPECT_EQ(refusalOf([&] { test::replay(*project_, journal.blocks.at(1)); }),
             "Attempted to add a second Case Status variable. (true)");
   EXPECT_EQ(stateOf(*project_), before);
+}
+
+TEST(TableWrites, AllocateNothingOnceThereIsRoomForThem) {
+  CurrentProject const project;
+  ScopedConnection const journal = project->connectProjectJournal([](auto&) {});
+  Variable const number{project->addVariable("a", {}, Variant::FloatingPoint, {}).id(), NoLockRequired{}};
+  Variable const text{project->addVariable("b", {}, Variant::String, "").id(), NoLockRequired{}};
+  Record const record{project->addRecord().id(), NoLockRequired{}};
+  Variant const texts[] = {"one text that is held apart", "another text that is held apart"};
+  bool ranOut = true;
+  for (int round = 0; round < 3; ++round)
+    test::transact(*project, [&](Project& p) {
+      ranOut = test::runsOut(0, [&] {
+        for (int k = 0; k < 200; ++k) {
+          p.setValue(number, record, k + 0.5);
+          p.setValue(text, record, texts[k % 2]);
+        }
+      });
+      if (ranOut)
+        for (int k = 0; k < 400; ++k) p.setValue(number, record, k + 0.5);
+    });
+  EXPECT_FALSE(ranOut);
 }
 
 }  // namespace
