@@ -52,14 +52,17 @@ Variant* KnownTexts::slotOf(std::string_view text) noexcept {
   return holds(second, text) || (!first.isNull() && second.isNull()) ? &second : &first;
 }
 
-bool KnownTexts::isWorthALook(std::string_view text) noexcept {
+// Without memory no text is known.
+bool KnownTexts::isWorthALook(std::string_view text) noexcept try {
   if (text.size() > longest) return false;
   if (credit_ < 0) {
     if (++credit_ == 0) credit_ = mostCredit / 8;
     return false;
   }
-  if (!known_) known_.reset(new (std::nothrow) Slots);
-  return known_ != nullptr;
+  if (!known_) known_ = std::make_unique<Slots>();
+  return true;
+} catch (std::bad_alloc const&) {
+  return false;
 }
 
 void KnownTexts::gain() noexcept { credit_ = std::min(credit_ + 8, mostCredit); }
