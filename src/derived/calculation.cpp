@@ -187,31 +187,20 @@ void Calculation::evaluateRows() {
   }
 }
 
+// Threads write cells of rows of their own; what they changed is noted when all have ended, also where one failed.
 void Calculation::evaluateAllRows() {
   constexpr std::size_t leastCellsForThreads = 200'000;  // which take about a millisecond
-  std::size_t const rowCount = table_.rowCount();
-  if (rowCount * plan_->reached.targets().size() >= leastCellsForThreads) return evaluateAllInParallel();
-  auto const& [equations, cells, reached] = std::tie(plan_->equations, plan_->cells, plan_->reached);
-  for (std::size_t first = 0; first < rowCount; first += expression::blockRows) {
-    std::size_t const last = std::min(first + expression::blockRows, rowCount);
-    evaluateBlock(
-        plan_->work, std::views::iota(first, last),
-        [&](auto& scratch) { equations.evaluate(cells, first, last, scratch, reached); },
-        [this](auto... changed) { note(changed...); });
-  }
-}
-
-// Threads write cells of rows of their own; what they changed is noted when all have ended, also where one failed.
-void Calculation::evaluateAllInParallel() {
   constexpr std::size_t rowsAtATime = 16 * expression::blockRows;
   std::size_t const rowCount = table_.rowCount();
   std::size_t const targets = plan_->reached.targets().size();
   std::vector<std::vector<Changed>> changed((rowCount + rowsAtATime - 1) / rowsAtATime, std::vector<Changed>(targets));
+  auto const task = [&](std::size_t part) {
+    evaluatePart(part * rowsAtATime, std::min((part + 1) * rowsAtATime, rowCount), changed[part]);
+  };
   FirstError error;
   error.guard([&] {
-    runInParallel(changed.size(), [&](std::size_t part) {
-      evaluatePart(part * rowsAtATime, std::min((part + 1) * rowsAtATime, rowCount), changed[part]);
-    });
+    if (rowCount * targets < leastCellsForThreads) runInTurn(changed.size(), task);
+    else runInParallel(changed.size(), task);
   });
   for (std::size_t target = 0; target < targets; ++target)
     for (auto const& part : changed)
@@ -219,7 +208,7 @@ void Calculation::evaluateAllInParallel() {
   error.rethrow();
 }
 
-// More of a column are not listed among what was touched either.
+// What is touched of a column beyond these counts as all of it, and need not be listed here either.
 void Calculation::evaluatePart(std::size_t first, std::size_t last, std::vector<Changed>& changed) const {
   BlockWork work;
   auto const most = TouchedColumn::mostListed(table_.rowCount()) + 1;

@@ -72,7 +72,6 @@ class Calculation {
   [[nodiscard]] bool listTouched(Positions& columns);
   void evaluateRows();
   void evaluateAllRows();
-  void evaluateAllInParallel();
   void evaluatePart(std::size_t first, std::size_t last, std::vector<Changed>& changed) const;
   /// Calls `note(number, row, before)` for each cell that changed of a target by its number; it must not throw.
   template <class Rows, class Evaluate, class Note>
