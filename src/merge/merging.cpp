@@ -84,7 +84,7 @@ void Merging::appendRows(Rows const& rows, AuxFileCollectionInterface const& aux
   auto const records = lookUp(uids);
   lookUpColumns();
   for (auto const& [variable, values] : columns_)
-    for (std::size_t k = 0; k < rows.size(); ++k) table_.setCell(*variable, *records[k], (*values)[rows[k]]);
+    for (std::size_t k = 0; k < rows.size(); ++k) table_.setCell(*variable, records[k], (*values)[rows[k]]);
   addAuxFiles(uids, auxFiles);
 }
 
@@ -97,10 +97,10 @@ Merging::Rows Merging::addRecords(u64 count) {
   return records;
 }
 
-std::vector<DataRecord const*> Merging::lookUp(Rows const& records) const {
-  std::vector<DataRecord const*> found;
+std::vector<RecordRow> Merging::lookUp(Rows const& records) const {
+  std::vector<RecordRow> found;
   found.reserve(records.size());
-  for (u64 const uid : records) found.push_back(&store_.records.at(uid));
+  for (u64 const uid : records) found.push_back(store_.rowOf(uid));
   return found;
 }
 
@@ -121,7 +121,7 @@ void Merging::overwrite(std::span<Match const> matches, AuxFileCollectionInterfa
       }
       auto const& [record, columns] = differences[k];
       for (auto const column : columns)
-        table_.setCell(*columns_[column].variable, *record, (*columns_[column].values)[inputRow]);
+        table_.setCell(*columns_[column].variable, record, (*columns_[column].values)[inputRow]);
       asFound = store_.touched.now();
     }
     matches = matches.subspan(block.size());
@@ -131,9 +131,9 @@ void Merging::overwrite(std::span<Match const> matches, AuxFileCollectionInterfa
 void Merging::findDifferences(std::span<Match const> matches, std::span<Difference> differences) const {
   std::array<u64, rowsAtATime> rows;
   for (std::size_t k = 0; k < matches.size(); ++k) {
-    differences[k].record = &store_.records.at(matches[k].record);
+    differences[k].record = store_.rowOf(matches[k].record);
     differences[k].columns.clear();
-    rows[k] = differences[k].record->row;
+    rows[k] = differences[k].record.row;
   }
   for (std::size_t column = 0; column < columns_.size(); ++column) {
     auto const& [variable, values] = columns_[column];

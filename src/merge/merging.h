@@ -40,7 +40,7 @@ class Merging {
   /// The record of a match, and the numbers of the columns whose cells differ, ascending. Both hold until a collection
   /// edits the project while it is asked.
   struct Difference {
-    DataRecord const* record;
+    RecordRow record;
     std::vector<std::size_t> columns;
   };
   using Rows = std::vector<u64>;
@@ -50,7 +50,7 @@ class Merging {
   [[nodiscard]] u64 rowCount() const noexcept { return columns_.front().values->size(); }
   void appendRows(Rows const& rows, AuxFileCollectionInterface const& auxFiles);
   [[nodiscard]] Rows addRecords(u64 count);
-  [[nodiscard]] std::vector<DataRecord const*> lookUp(Rows const& records) const;
+  [[nodiscard]] std::vector<RecordRow> lookUp(Rows const& records) const;
   void lookUpColumns();
 
   void overwrite(std::span<Match const> matches, AuxFileCollectionInterface const& auxFiles);

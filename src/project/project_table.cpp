@@ -53,18 +53,14 @@ WeakPtr<Record> Project::addRecord() { return WeakPtr<Record>{components_->table
 
 Variant const& Project::value(Variable const& variable, Record const& record) const {
   auto const& store = components_->store;
-  return components_->table.cell(store.variables.at(uidOf(variable)), store.records.at(uidOf(record)));
+  return components_->table.cell(store.variables.at(uidOf(variable)), uidOf(record));
 }
 void Project::setValue(Variable const& variable, Record const& record, Variant const& value) {
   components_->table.setValue(components_->store.variables.at(uidOf(variable)), uidOf(record), value);
 }
 
-std::vector<Variant> Project::getRow(u64 record) {
-  return components_->table.row(components_->store.records.at(record));
-}
-void Project::setRow(u64 record, std::vector<Variant> const& row) {
-  components_->table.setRow(components_->store.records.at(record), row);
-}
+std::vector<Variant> Project::getRow(u64 record) { return components_->table.row(record); }
+void Project::setRow(u64 record, std::vector<Variant> const& row) { components_->table.setRow(record, row); }
 
 bool Project::recordIsActive(u64 record) const { return components_->table.isActive(record); }
 void Project::activate(u64 record, bool active) { components_->table.activate(record, active); }

@@ -35,7 +35,8 @@ class CheckpointWriter {
   }
 
   void writeRecord(DataRecord const& record) {
-    command(Journal::RecordInserted, RecordRowPayload{record.id, {}, {store_.caseId->values[record.row]}});
+    command(Journal::RecordInserted,
+            RecordRowPayload{record.id, {}, {store_.caseId->values[store_.rowOf(record.id).row]}});
   }
 
   template <class Entity>

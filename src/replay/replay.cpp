@@ -79,28 +79,31 @@ void Replay::run(Journal::Transaction const& block, Journal::Direction direction
 
 // Cells are written all over the table: what a command will need is asked of the memory some commands ahead.
 void Replay::walk(Journal::Bytes block, bool backwards) {
-  constexpr std::size_t aheadOfRecord = 16;
-  constexpr std::size_t aheadOfCell = 8;
+  constexpr std::size_t aheadOfCell = 16;
+  constexpr std::size_t aheadOfText = 8;
   CommandList const commands{block};
   auto const count = commands.size();
   auto const at = [&](std::size_t k) { return commands[backwards ? count - 1 - k : k]; };
   for (std::size_t k = 0; k < count; ++k) {
-    if (k + aheadOfRecord < count) fetchRecord(at(k + aheadOfRecord));
-    if (k + aheadOfCell < count) fetchCell(at(k + aheadOfCell));
+    if (k + aheadOfCell < count) __builtin_prefetch(cellAt(at(k + aheadOfCell)));
+    if (k + aheadOfText < count) __builtin_prefetch(textAt(at(k + aheadOfText)));
     process(at(k), backwards);
   }
 }
 
-void Replay::fetchRecord(Journal::Command const& command) const noexcept {
-  if (auto const cell = cellOf(command)) __builtin_prefetch(store_.records.find(cell->record));
+/// The cell that a command writes; null for other commands, and where there is none.
+Variant const* Replay::cellAt(Journal::Command const& command) const noexcept {
+  auto const cell = cellOf(command);
+  if (!cell) return nullptr;
+  auto const* const variable = store_.variables.find(cell->variable);
+  auto const row = store_.rowOfRecord.find(cell->record);
+  return variable && row < variable->values.size() ? &variable->values[row] : nullptr;
 }
 
-void Replay::fetchCell(Journal::Command const& command) const noexcept {
-  auto const cell = cellOf(command);
-  if (!cell) return;
-  auto const* const record = store_.records.find(cell->record);
-  auto const* const variable = store_.variables.find(cell->variable);
-  if (record && variable && record->row < variable->values.size()) __builtin_prefetch(&variable->values[record->row]);
+/// The text that such a cell holds.
+std::string const* Replay::textAt(Journal::Command const& command) const noexcept {
+  auto const* const cell = cellAt(command);
+  return cell && cell->type() == Variant::String ? &cell->stringValue() : nullptr;
 }
 
 void Replay::process(Journal::Command const& command, bool backwards) {
@@ -178,7 +181,7 @@ void Replay::processSetValueCommand(UndoData& data) {
   auto const record = readNumber<u64>(in);
   auto& variable = store_.variables.at(readNumber<u64>(in));
   if (!data.inverse) skipValue(data.reader);
-  table_.setCell(variable, store_.records.at(record), readValue(data.reader, variable.texts));
+  table_.setCell(variable, store_.rowOf(record), readValue(data.reader, variable.texts));
 }
 
 void Replay::processSetVariableStaticCommand(UndoData& data) {
@@ -222,7 +225,7 @@ bool Replay::applyToVariable(u64 uid, std::uint32_t code, Variant const& value) 
 bool Replay::applyToRecord(u64 uid, std::uint32_t code, Variant const& value) {
   if (code != Journal::RecordStatusSet) return false;
   if (!store_.statusVariable) refuse("A journal command sets a case status, and there is no Case Status variable.");
-  table_.setStatus(store_.records.at(uid), value);
+  table_.setStatus(store_.rowOf(uid), value);
   return true;
 }
 

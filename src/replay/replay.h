@@ -40,8 +40,8 @@ class Replay {
   void storeCommandProcessors();
   void walk(Journal::Bytes block, bool backwards);
   void process(Journal::Command const& command, bool backwards);
-  void fetchRecord(Journal::Command const& command) const noexcept;
-  void fetchCell(Journal::Command const& command) const noexcept;
+  [[nodiscard]] Variant const* cellAt(Journal::Command const& command) const noexcept;
+  [[nodiscard]] std::string const* textAt(Journal::Command const& command) const noexcept;
 
   void processVariable(UndoData& data);
   void processRecord(UndoData& data);

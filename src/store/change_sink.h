@@ -73,7 +73,7 @@ struct PropertyChange {
 /// A cell is about to change, which happens far more often than anything else.
 struct CellChange {
   DataVariable const& variable;
-  DataRecord const& record;
+  u64 record;
   Variant const& before;
   Variant const& after;
 };
@@ -81,7 +81,7 @@ struct CellChange {
 /// A record is about to become active or inactive: a cell of the status variable changes.
 struct StatusChange {
   DataVariable const& variable;
-  DataRecord const& record;
+  u64 record;
   Variant const& before;
   Variant const& after;
 };

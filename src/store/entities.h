@@ -46,7 +46,6 @@ struct DataRecord : DataBase {
   using DataBase::DataBase;
 
   std::vector<u64> auxFiles;  ///< in the order of attachment
-  u64 row = 0;
 };
 
 struct DataAuxFile : DataBase {

@@ -67,7 +67,7 @@ class EntityMap {
 
  private:
   std::map<u64, Entity> entities_;
-  UidIndex<Entity> index_;
+  UidIndex<Entity*, nullptr> index_;
 };
 
 }  // namespace casebook

@@ -26,9 +26,9 @@ void LooseRows::clear() noexcept {
   lowestUid_ = std::numeric_limits<u64>::max();
 }
 
-void LooseRows::remove(DataRecord const& record) noexcept {
-  if (added_.erase(record.id) == 0) gone_.push_back(static_cast<std::uint32_t>(record.row));
-  lowestUid_ = std::min(lowestUid_, record.id);
+void LooseRows::remove(RecordRow record) noexcept {
+  if (added_.erase(record.uid) == 0) gone_.push_back(record.row);
+  lowestUid_ = std::min(lowestUid_, record.uid);
 }
 
 std::vector<Variant> const* LooseRows::find(u64 record) const noexcept {
@@ -59,11 +59,11 @@ void LooseRows::findOpened(std::span<u64 const> recordOfRow) noexcept {
   }
 }
 
-// Records are found one by one: that is faster than walking through their map, which waits for each before the next.
 void LooseRows::numberRecords(Store& store) const noexcept {
   auto const& records = store.recordOfRow;
-  auto row = static_cast<u64>(std::ranges::lower_bound(records, lowestUid_) - records.begin());
-  for (; row < records.size(); ++row) store.records.find(records[row])->row = row;
+  auto const first = std::ranges::lower_bound(records, lowestUid_) - records.begin();
+  for (auto row = static_cast<std::uint32_t>(first); row < records.size(); ++row)
+    store.rowOfRecord.assign(records[row], row);
 }
 
 void LooseRows::moveColumns(Store& store, RowShift const& shift) noexcept {

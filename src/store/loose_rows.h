@@ -19,7 +19,7 @@ class LooseRows {
   /// A record came, with these cells.
   std::vector<Variant> const& add(u64 record, std::vector<Variant> cells);
   /// A record went, a loose one or one with a row in the columns.
-  void remove(DataRecord const& record) noexcept;
+  void remove(RecordRow record) noexcept;
 
   /// The cells of a record that came; null for one with a row in the columns.
   [[nodiscard]] std::vector<Variant> const* find(u64 record) const noexcept;

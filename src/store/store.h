@@ -20,10 +20,17 @@ struct ProjectTexts {
   std::string rootPath;
 };
 
+/// A record and the place of its cells in every column.
+struct RecordRow {
+  u64 uid;
+  std::uint32_t row;
+};
+
 /// The data of one project: its texts, the counter of UIDs and the six maps of entities.
 ///
 /// 1. A UID is handed out once; the counter is above every UID that a map holds.
-/// 2. Every column has one cell per record, and a record's row is its rank by UID, as `recordOfRow` tells.
+/// 2. Every column has one cell per record, and a record's row is its rank by UID, as `recordOfRow` and `rowOfRecord`
+///    tell.
 /// 3. `caseId` names a variable at all times once the table was made. `statusVariable` is the only variable of type
 ///    CaseStatus, or null; while it awaits its erasure there is no Case Status variable for a host.
 struct Store {
@@ -32,6 +39,9 @@ struct Store {
   u64 nextUid = 1;
   EntityMap<DataRecord> records;
   std::vector<u64> recordOfRow;  ///< their UIDs, ascending
+  static constexpr std::uint32_t noRow = 0xffff'ffff;
+  UidIndex<std::uint32_t, noRow>
+      rowOfRecord;  ///< apart from the records: every write asks, and these stay in the cache
   EntityMap<DataVariable> variables;
   EntityMap<DataTagGroup> tagGroups;
   EntityMap<DataVariableRegex> variableRegexs;
@@ -48,6 +58,13 @@ struct Store {
 
   [[nodiscard]] DataVariable* caseStatus() const noexcept {
     return statusVariable && statusVariable->flag == 0 ? statusVariable : nullptr;
+  }
+
+  /// Throws as EntityMap::at does; the record's row is not loose.
+  [[nodiscard]] RecordRow rowOf(u64 record) const {
+    auto const row = rowOfRecord.find(record);
+    if (row == noRow) refuseUnknownEntity();
+    return {record, row};
   }
 
   [[nodiscard]] u64 assignUid() noexcept { return nextUid++; }

@@ -89,8 +89,9 @@ void Table::takeStatusType(DataVariable& variable, VariableType type) {
 
 void Table::makeStatic(DataVariable& variable, std::vector<Variant> values) {
   if (variable.type != VariableType::Calculated) {
-    for (auto const& record : store_.records.all())
-      if (!cell(variable, record).isIdentical(values[record.row])) setCell(variable, record, values[record.row]);
+    for (u64 const uid : store_.recordOfRow)
+      if (auto const record = store_.rowOf(uid); !variable.values[record.row].isIdentical(values[record.row]))
+        setCell(variable, record, values[record.row]);
     return;
   }
   sink_.take(MadeStatic{variable, values});
@@ -110,9 +111,9 @@ void Table::makeCalculated(DataVariable& variable) {
 // The case identifiers come first in every row: nothing has a lower UID than "Case ID".
 Variant Table::nextCaseId() const {
   if (store_.records.empty()) return caseIdentifier(1);
-  auto const& last = store_.records.last();
-  auto const* const loose = looseRows_.find(last.id);
-  return caseIdentifier((loose ? loose->front() : store_.caseId->values[last.row]).longValue() + 1);
+  u64 const last = store_.records.last().id;
+  auto const* const loose = looseRows_.find(last);
+  return caseIdentifier((loose ? loose->front() : cell(*store_.caseId, last)).longValue() + 1);
 }
 
 // Afterwards a cell fits into every column without anything that can throw.
@@ -141,16 +142,27 @@ void Table::fitColumns() noexcept {
     variable.values.erase(variable.values.begin() + static_cast<std::ptrdiff_t>(rowCount()), variable.values.end());
 }
 
+template <class MakeChange>
+DataRecord& Table::createRecord(u64 uid, std::uint32_t row, MakeChange const& creation) {
+  store_.rowOfRecord.insert(uid, row);
+  try {
+    return create(store_, sink_, DataRecord{uid}, creation);
+  } catch (...) {
+    store_.rowOfRecord.erase(uid);
+    throw;
+  }
+}
+
 DataRecord& Table::addRecord() {
   reserveRow();
   auto const caseId = nextCaseId();
-  DataRecord description{store_.assignUid()};
-  description.row = rowCount();
-  auto& record = create(store_, sink_, std::move(description));
+  auto const row = static_cast<std::uint32_t>(rowCount());
+  auto& record =
+      createRecord(store_.assignUid(), row, [](DataRecord const& created) { return Creation<DataRecord>{created}; });
   store_.recordOfRow.push_back(record.id);
   if (store_.caseId->values.size() < rowCount())
     for (auto& variable : store_.variables.all()) variable.values.push_back(variable.defaultValue);
-  store_.caseId->values[record.row] = caseId;
+  store_.caseId->values[row] = caseId;
   store_.touched.noteAppended();
   return record;
 }
@@ -167,10 +179,10 @@ DataRecord& Table::insertRecord(u64 uid, std::vector<Variant> row) {
   looseRows_.reserveForAdd(store_);
   auto const& cells = looseRows_.add(uid, std::move(row));
   try {
-    return create(store_, sink_, DataRecord{uid},
-                  [&cells](DataRecord const& record) { return RecordInsertion{record, cells}; });
+    return createRecord(uid, Store::noRow,
+                        [&cells](DataRecord const& record) { return RecordInsertion{record, cells}; });
   } catch (...) {
-    looseRows_.remove(DataRecord{uid});
+    looseRows_.remove({uid, Store::noRow});
     throw;
   }
 }
@@ -185,22 +197,24 @@ void Table::removeRecord(DataRecord& record) {
   auto const auxFiles = record.auxFiles;
   removeFiles(auxFiles);
   sink_.take(RecordErasure{record, auxFiles, *this});
-  looseRows_.remove(record);
-  store_.records.erase(record.id);
+  u64 const uid = record.id;
+  looseRows_.remove({uid, store_.rowOfRecord.find(uid)});
+  store_.rowOfRecord.erase(uid);
+  store_.records.erase(uid);
 }
 
-Variant const& Table::cell(DataVariable const& variable, DataRecord const& record) const {
-  return variable.values[record.row];
+Variant const& Table::cell(DataVariable const& variable, u64 record) const {
+  return variable.values[store_.rowOf(record).row];
 }
 
 void Table::setValue(DataVariable& variable, u64 record, Variant const& value) {
   if (!accepts(variable, value))
     throw varnel::ExceptionBase{"Attempted to set an invalid value type on a variable", true};
-  setCell(variable, store_.records.at(record), value);
+  setCell(variable, store_.rowOf(record), value);
 }
 
-void Table::setCell(DataVariable& variable, DataRecord const& record, Variant const& value) {
-  sink_.take(CellChange{variable, record, variable.values[record.row], value});
+void Table::setCell(DataVariable& variable, RecordRow record, Variant const& value) {
+  sink_.take(CellChange{variable, record.uid, variable.values[record.row], value});
   write(variable, record.row, value);
 }
 
@@ -211,25 +225,27 @@ void Table::write(DataVariable& variable, u64 row, Variant const& value) noexcep
   cell = variable.texts.shared(value);
 }
 
-std::vector<Variant> Table::row(DataRecord const& record) const {
-  if (auto const* const loose = looseRows_.find(record.id)) return *loose;
+std::vector<Variant> Table::row(u64 record) const {
+  if (auto const* const loose = looseRows_.find(record)) return *loose;
+  auto const row = store_.rowOf(record).row;
   std::vector<Variant> cells;
   cells.reserve(store_.variables.size());
-  for (auto const& variable : store_.variables.all()) cells.push_back(variable.values[record.row]);
+  for (auto const& variable : store_.variables.all()) cells.push_back(variable.values[row]);
   return cells;
 }
 
-void Table::setRow(DataRecord const& record, std::vector<Variant> const& values) {
+void Table::setRow(u64 record, std::vector<Variant> const& values) {
+  auto const row = store_.rowOf(record);
   if (values.size() < store_.variables.size())
     throw varnel::ExceptionBase{"The row holds fewer values than there are variables.", true};
   auto value = values.begin();
-  for (auto& variable : store_.variables.all()) setCell(variable, record, *value++);
+  for (auto& variable : store_.variables.all()) setCell(variable, row, *value++);
 }
 
 bool Table::isActive(u64 record) const {
-  auto const& known = store_.records.at(record);
+  auto const row = store_.rowOf(record).row;
   auto const* const status = store_.caseStatus();
-  return !status || cell(*status, known).stringValue() == "Active";
+  return !status || status->values[row].stringValue() == "Active";
 }
 
 // A status variable that awaits its erasure makes room for a new one.
@@ -246,12 +262,12 @@ void Table::ensureCaseStatus() {
 
 void Table::activate(u64 record, bool active) {
   ensureCaseStatus();
-  setStatus(store_.records.at(record), Variant{active ? "Active" : "Inactive"});
+  setStatus(store_.rowOf(record), Variant{active ? "Active" : "Inactive"});
 }
 
-void Table::setStatus(DataRecord const& record, Variant const& status) {
+void Table::setStatus(RecordRow record, Variant const& status) {
   auto& variable = *store_.statusVariable;
-  sink_.take(StatusChange{variable, record, variable.values[record.row], status});
+  sink_.take(StatusChange{variable, record.uid, variable.values[record.row], status});
   write(variable, record.row, status);
 }
 

@@ -74,22 +74,22 @@ class Table {
   /// Gives every record the row that is its rank by UID.
   void settleRows() noexcept { looseRows_.settle(store_); }
 
-  [[nodiscard]] Variant const& cell(DataVariable const& variable, DataRecord const& record) const;
+  [[nodiscard]] Variant const& cell(DataVariable const& variable, u64 record) const;
 
   /// Writes with the test of types: ("Attempted to set an invalid value type on a variable", true).
   void setValue(DataVariable& variable, u64 record, Variant const& value);
 
   /// Writes whatever the type.
-  void setCell(DataVariable& variable, DataRecord const& record, Variant const& value);
+  void setCell(DataVariable& variable, RecordRow record, Variant const& value);
 
-  [[nodiscard]] std::vector<Variant> row(DataRecord const& record) const;
-  void setRow(DataRecord const& record, std::vector<Variant> const& values);
+  [[nodiscard]] std::vector<Variant> row(u64 record) const;
+  void setRow(u64 record, std::vector<Variant> const& values);
 
   [[nodiscard]] bool isActive(u64 record) const;
   void activate(u64 record, bool active);
 
   /// Writes the very value into the cell of the variable of type CaseStatus, which there must be.
-  void setStatus(DataRecord const& record, Variant const& status);
+  void setStatus(RecordRow record, Variant const& status);
 
  private:
   void write(DataVariable& variable, u64 row, Variant const& value) noexcept;
@@ -99,6 +99,8 @@ class Table {
   void reserveRow();
   void fitColumns() noexcept;
   void removeFiles(std::vector<u64> const& auxFiles);
+  template <class MakeChange>
+  DataRecord& createRecord(u64 uid, std::uint32_t row, MakeChange const& creation);
 
   Store& store_;
   ChangeSink& sink_;

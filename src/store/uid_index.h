@@ -8,33 +8,38 @@
 
 namespace casebook {
 
-/// Finds entities of one kind by UID. UIDs are handed out one after the other, so nearly all have a place in one list,
-/// at their number; those that would leave it mostly empty are hashed.
-template <class Entity>
+/// Finds something of each entity of one kind by UID, `none` where it knows nothing. UIDs are handed out one after the
+/// other, so nearly all have a place in one list, at their number; those that would leave it mostly empty are hashed.
+template <class Value, Value none>
 class UidIndex {
  public:
-  [[nodiscard]] Entity* find(u64 uid) const noexcept {
-    if (uid < listed_.size() && listed_[uid]) return listed_[uid];
-    if (hashed_.empty()) return nullptr;
+  [[nodiscard]] Value find(u64 uid) const noexcept {
+    if (uid < listed_.size() && listed_[uid] != none) return listed_[uid];
+    if (hashed_.empty()) return none;
     auto const found = hashed_.find(uid);
-    return found == hashed_.end() ? nullptr : found->second;
+    return found == hashed_.end() ? none : found->second;
   }
 
   /// The index must not hold the UID yet. Throws std::bad_alloc, and nothing has changed.
-  void insert(u64 uid, Entity* entity) {
+  void insert(u64 uid, Value value) {
     if (uid >= farthest()) {
-      hashed_.emplace(uid, entity);
+      hashed_.emplace(uid, value);
     } else {
       if (uid >= listed_.size()) lengthen(uid);
-      listed_[uid] = entity;
+      listed_[uid] = value;
     }
     ++size_;
   }
 
+  /// The index holds the UID, perhaps with `none`.
+  void assign(u64 uid, Value value) noexcept {
+    auto const found = hashed_.empty() ? hashed_.end() : hashed_.find(uid);
+    (found == hashed_.end() ? listed_[uid] : found->second) = value;
+  }
+
   /// The index holds the UID.
   void erase(u64 uid) noexcept {
-    if (uid < listed_.size() && listed_[uid]) listed_[uid] = nullptr;
-    else hashed_.erase(uid);
+    if (hashed_.erase(uid) == 0) listed_[uid] = none;
     --size_;
   }
 
@@ -43,11 +48,11 @@ class UidIndex {
 
   void lengthen(u64 uid) {
     if (uid >= listed_.capacity()) listed_.reserve(uid + 1 + uid / 2);
-    listed_.resize(uid + 1);
+    listed_.resize(uid + 1, none);
   }
 
-  std::vector<Entity*> listed_;
-  boost::unordered_map<u64, Entity*> hashed_;
+  std::vector<Value> listed_;
+  boost::unordered_map<u64, Value> hashed_;
   u64 size_ = 0;
 };
 

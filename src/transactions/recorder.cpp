@@ -27,12 +27,12 @@ void Recorder::record(PropertyChange const& change) {
 // No cell makes anything stale but what follows from touched cells.
 void Recorder::take(CellChange const& change) {
   if (muted_) return;
-  journal(Journal::CellSet, CellPayloadView{change.before, change.after, change.record.id, change.variable.id});
+  journal(Journal::CellSet, CellPayloadView{change.before, change.after, change.record, change.variable.id});
   log_.markValuesChanged();
 }
 
 void Recorder::record(StatusChange const& change) {
-  record(PropertyChange{EntityKind::Record, change.record.id, Journal::RecordStatusSet, change.before, change.after});
+  record(PropertyChange{EntityKind::Record, change.record, Journal::RecordStatusSet, change.before, change.after});
   log_.markValuesChanged();
 }
 
@@ -57,7 +57,7 @@ void Recorder::record(RecordErasure const& change) {
   log_.keepErasure(EntityKind::Record, change.record.id, [&] {
     if (!journalling()) return;
     journal(Journal::RecordErased,
-            RecordRowPayload{change.record.id, change.auxFiles, change.table.row(change.record)});
+            RecordRowPayload{change.record.id, change.auxFiles, change.table.row(change.record.id)});
   });
 }
 

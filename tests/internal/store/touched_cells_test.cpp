@@ -96,7 +96,7 @@ class Edits {
     if (kind < 100) return void(table.addRecord());
     if (kind < 110) return table.makeStatic(variable(random), Column(table.rowCount(), Variant{1.0}));
     if (kind < 115) return table.makeCalculated(variable(random));
-    table.setCell(variable(random), pick(parts_.store.records, random),
+    table.setCell(variable(random), parts_.store.rowOf(pick(parts_.store.records, random).id),
                   std::array{Variant{}, Variant{0.0}, Variant{-0.0}, Variant{"text"}}[random() % 4]);
   }
 
