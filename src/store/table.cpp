@@ -214,15 +214,16 @@ void Table::setValue(DataVariable& variable, u64 record, Variant const& value) {
 }
 
 void Table::setCell(DataVariable& variable, RecordRow record, Variant const& value) {
-  sink_.take(CellChange{variable, record.uid, variable.values[record.row], value});
-  write(variable, record.row, value);
+  auto const& shared = variable.texts.shared(value);
+  sink_.take(CellChange{variable, record.uid, variable.values[record.row], shared});
+  write(variable, record.row, shared);
 }
 
 void Table::write(DataVariable& variable, u64 row, Variant const& value) noexcept {
   auto& cell = variable.values[row];
   if (cell.isIdentical(value)) return;
   store_.touched.noteWrite(variable, row, cell);
-  cell = variable.texts.shared(value);
+  cell = value;
 }
 
 std::vector<Variant> Table::row(u64 record) const {
@@ -267,8 +268,9 @@ void Table::activate(u64 record, bool active) {
 
 void Table::setStatus(RecordRow record, Variant const& status) {
   auto& variable = *store_.statusVariable;
-  sink_.take(StatusChange{variable, record.uid, variable.values[record.row], status});
-  write(variable, record.row, status);
+  auto const& shared = variable.texts.shared(status);
+  sink_.take(StatusChange{variable, record.uid, variable.values[record.row], shared});
+  write(variable, record.row, shared);
 }
 
 }  // namespace casebook
