@@ -44,7 +44,10 @@ class UidIndex {
   }
 
  private:
-  [[nodiscard]] u64 farthest() const noexcept { return 1024 + 4 * size_; }
+  // A hashed entity takes about as much, and longer to find.
+  static constexpr u64 listedBytesOfEach = 64;
+
+  [[nodiscard]] u64 farthest() const noexcept { return 1024 + listedBytesOfEach / sizeof(Value) * size_; }
 
   void lengthen(u64 uid) {
     if (uid >= listed_.capacity()) listed_.reserve(uid + 1 + uid / 2);
