@@ -4,7 +4,7 @@
 #include <casebook/transaction_record.h>
 
 #include "serialization/number_format.h"
-#include "store/entities.h"
+#include "store/change_sink.h"
 #include "transactions/block_format.h"
 
 #include <concepts>
@@ -40,14 +40,6 @@ struct CellPayload {
   u64 variable = 0;
 };
 
-/// The same of values that stand elsewhere, to be written.
-struct CellPayloadView {
-  Variant const& oldValue;
-  Variant const& newValue;
-  u64 record;
-  u64 variable;
-};
-
 /// The payload of VariableMadeStatic.
 struct StaticVariablePayload {
   u64 uid = 0;
@@ -72,13 +64,22 @@ void describe(Archive& archive, Item& item) {
   archive("uid", item.uid);
 }
 
-template <class Archive, class Cell>
-  requires Describes<Cell, CellPayload> || Describes<Cell, CellPayloadView>
+template <class Archive, Describes<CellPayload> Cell>
 void describe(Archive& archive, Cell& cell) {
   archive("oldValue", cell.oldValue);
   archive("newValue", cell.newValue);
   archive("record", cell.record);
   archive("variable", cell.variable);
+}
+
+// The same from where the change is told. To gather these first in a payload would cost the write more than all of its
+// bytes: what was just stored piece by piece is slow to be loaded in larger pieces.
+template <class Archive, Describes<CellChange> Change>
+void describe(Archive& archive, Change& change) {
+  archive("oldValue", change.before);
+  archive("newValue", change.after);
+  archive("record", change.record);
+  archive("variable", change.variable.id);
 }
 
 template <class Archive, Describes<DataVariable> Entity>

@@ -27,7 +27,7 @@ void Recorder::record(PropertyChange const& change) {
 // No cell makes anything stale but what follows from touched cells.
 void Recorder::take(CellChange const& change) {
   if (muted_) return;
-  journal(Journal::CellSet, CellPayloadView{change.before, change.after, change.record, change.variable.id});
+  journal(Journal::CellSet, change);
   log_.markValuesChanged();
 }
 
