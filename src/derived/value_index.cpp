@@ -14,7 +14,7 @@ std::size_t lowerBound(std::span<u64 const> keys, u64 key) noexcept {
   auto const* first = keys.data();
   for (std::size_t left = keys.size(); left != 0;) {
     std::size_t const half = (left + 1) / 2;
-    first = first[half - 1] < key ? first + half : first;
+    first += half & -static_cast<std::size_t>(first[half - 1] < key);
     left -= half;
   }
   return static_cast<std::size_t>(first - keys.data());

@@ -21,14 +21,6 @@ MatchIndex matchIndex(Store const& store, ImportedColumns const& columns, std::s
   return MatchIndex{std::move(keys)};
 }
 
-/// The records in the order of their rows, which is that of their UIDs.
-std::vector<u64> recordsByRow(Store const& store) {
-  std::vector<u64> records;
-  records.reserve(store.records.size());
-  for (auto const& record : store.records.all()) records.push_back(record.id);
-  return records;
-}
-
 }  // namespace
 
 u64 countMatches(Store const& store, ImportedColumns const& columns, std::span<std::size_t const> selections) {
@@ -66,12 +58,11 @@ void Merging::match(std::vector<std::size_t> const& selections, Unmatched unmatc
     auto index = matchIndex(store_, imported_, selections);
     for (u64 row = 0; row < claims.size(); ++row) claims[row] = index.claim(row);
   }
-  auto const records = recordsByRow(store_);
   std::vector<Match> matches;
   Rows rest;
   for (u64 row = 0; row < claims.size(); ++row) {
     if (claims[row] == MatchIndex::none) rest.push_back(row);
-    else matches.push_back({row, records[claims[row]]});
+    else matches.push_back({row, store_.recordOfRow[claims[row]]});
   }
   overwrite(matches, *auxFiles);
   if (unmatched == Unmatched::Dropped || rest.empty()) return;
@@ -154,6 +145,7 @@ void Merging::addAuxFiles(Rows const& records, AuxFileCollectionInterface const&
 void Merging::addAuxFilesOfRow(u64 record, AuxFileCollectionInterface const& auxFiles, u64 row) {
   std::vector<std::pair<std::string, std::vector<std::string>>> answers;
   for (auto const& tag : auxFiles.tags()) answers.emplace_back(tag, auxFiles.files(row, tag));
+  if (answers.empty()) return;
   auto existing = auxFiles_.ofRecord(record);
   for (auto const& [tag, paths] : answers)
     for (auto const& path : paths) auxFiles_.addUnique(record, existing, path, tag);

@@ -13,7 +13,7 @@ class CheckpointWriter {
   explicit CheckpointWriter(Store const& store) : store_{store} {}
 
   Journal::Checkpoint write() {
-    for (auto const& record : store_.records.all()) writeRecord(record);
+    for (std::size_t row = 0; row < store_.recordOfRow.size(); ++row) writeRecord(row);
     for (auto const& variable : store_.variables.all())
       if (&variable != store_.caseId) writeCreation(variable);
     auto caseId = Table::newCaseId();
@@ -34,9 +34,8 @@ class CheckpointWriter {
     writeCommand(block_, code, payload);
   }
 
-  void writeRecord(DataRecord const& record) {
-    command(Journal::RecordInserted,
-            RecordRowPayload{record.id, {}, {store_.caseId->values[store_.rowOf(record.id).row]}});
+  void writeRecord(std::size_t row) {
+    command(Journal::RecordInserted, RecordRowPayload{store_.recordOfRow[row], {}, {store_.caseId->values[row]}});
   }
 
   template <class Entity>

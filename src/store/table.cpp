@@ -89,9 +89,9 @@ void Table::takeStatusType(DataVariable& variable, VariableType type) {
 
 void Table::makeStatic(DataVariable& variable, std::vector<Variant> values) {
   if (variable.type != VariableType::Calculated) {
-    for (u64 const uid : store_.recordOfRow)
-      if (auto const record = store_.rowOf(uid); !variable.values[record.row].isIdentical(values[record.row]))
-        setCell(variable, record, values[record.row]);
+    for (std::uint32_t row = 0; row < rowCount(); ++row)
+      if (!variable.values[row].isIdentical(values[row]))
+        setCell(variable, {store_.recordOfRow[row], row}, values[row]);
     return;
   }
   sink_.take(MadeStatic{variable, values});
