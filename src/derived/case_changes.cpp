@@ -10,31 +10,24 @@ namespace casebook {
 
 namespace {
 
-u64 sortKeyOf(Variant const& value) noexcept {
-  auto const [kind, key] = keyOf(value);
-  return kind == ValueKind::Text ? text_key::of(value.stringValue()) : key;
-}
-
-/// The places of values that differ, ascending. Mostly their keys tell the order.
-std::vector<u64> placesInOrder(std::vector<Variant const*> const& values) {
+/// The places of values that differ, ascending.
+std::vector<std::uint32_t> placesInOrder(std::vector<Variant const*> const& values) {
   std::vector<u64> keys;
   keys.reserve(values.size());
-  for (auto const* const value : values) keys.push_back(sortKeyOf(*value));
-  std::vector<u64> places;
+  for (auto const* const value : values) keys.push_back(keyOf(*value).key);
+  std::vector<std::uint32_t> places;
   places.reserve(values.size());
+  KeySort keySort;
+  std::vector<std::uint32_t> ends;
   for (auto const kind :
        {ValueKind::Null, ValueKind::Whole, ValueKind::Number, ValueKind::NotANumber, ValueKind::Text}) {
     auto const begin = static_cast<std::ptrdiff_t>(places.size());
-    for (u64 place = 0; place < values.size(); ++place)
+    for (std::uint32_t place = 0; place < values.size(); ++place)
       if (keyOf(*values[place]).kind == kind) places.push_back(place);
     std::span const ofKind{places.begin() + begin, places.end()};
-    KeySort{}.sort(ofKind, keys);
-    if (kind != ValueKind::Text) continue;
-    for (auto rest = ofKind; !rest.empty();) {
-      auto const same = std::ranges::find_if(rest, [&](u64 place) { return keys[place] != keys[rest.front()]; });
-      std::sort(rest.begin(), same, [&](u64 a, u64 b) { return *values[a] < *values[b]; });
-      rest = {same, rest.end()};
-    }
+    if (kind != ValueKind::Text) keySort.sort(ofKind, keys, ends);
+    else if (!ofKind.empty())
+      TextSort{keySort}.sort(ofKind, [&](auto place) -> auto& { return values[place]->stringValue(); }, keys, ends);
   }
   return places;
 }
@@ -159,7 +152,7 @@ auto CaseChanges::valuesInOrder() const -> std::vector<Values::value_type const*
   }
   std::vector<Values::value_type const*> ordered;
   ordered.reserve(all.size());
-  for (u64 const place : placesInOrder(values)) ordered.push_back(all[place]);
+  for (auto const place : placesInOrder(values)) ordered.push_back(all[place]);
   return ordered;
 }
 

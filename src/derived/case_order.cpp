@@ -40,20 +40,21 @@ CaseOrder::CaseOrder(std::vector<Variant> const& caseIdColumn)
 std::vector<u64> CaseOrder::sort(std::vector<u64> idsByRow) {
   if (std::ranges::adjacent_find(idsByRow, std::greater_equal{}) == idsByRow.end()) return idsByRow;
   isPlain_ = false;
-  std::vector<u64> rows(size_);
-  std::iota(rows.begin(), rows.end(), u64{0});
-  KeySort{}.sort(rows, idsByRow);
+  std::vector<std::uint32_t> rows(size_);
+  std::iota(rows.begin(), rows.end(), std::uint32_t{0});
+  std::vector<std::uint32_t> ends;
+  KeySort{}.sort(rows, idsByRow, ends);
   std::vector<u64> ids;
+  ids.reserve(ends.size());
+  rowsOfCase_.reserve(ends.size());
   rankOfRow_.resize(size_);
-  for (u64 const row : rows) {
-    if (ids.empty() || ids.back() != idsByRow[row]) {
-      ids.push_back(idsByRow[row]);
-      rowsOfCase_.push_back(0);
-    }
-    ++rowsOfCase_.back();
-    rankOfRow_[row] = static_cast<std::uint32_t>(ids.size() - 1);
+  for (std::uint32_t begin = 0; auto const end : ends) {
+    for (auto const row : std::span{rows}.subspan(begin, end - begin))
+      rankOfRow_[row] = static_cast<std::uint32_t>(ids.size());
+    ids.push_back(idsByRow[rows[begin]]);
+    rowsOfCase_.push_back(end - begin);
+    begin = end;
   }
-  ids.shrink_to_fit();
   return ids;
 }
 

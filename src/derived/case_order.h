@@ -17,6 +17,8 @@ class CaseOrder {
 
   /// The number of rows.
   [[nodiscard]] std::size_t size() const noexcept { return size_; }
+  /// Whether row, position and rank are the same number.
+  [[nodiscard]] bool isPlain() const noexcept { return isPlain_; }
   [[nodiscard]] std::uint32_t rankOfRow(u64 row) const noexcept {
     return isPlain_ ? static_cast<std::uint32_t>(row) : rankOfRow_[row];
   }

@@ -11,91 +11,60 @@
 
 namespace casebook {
 
-/// Groups positions by the values that they stand for, as long as distinct values are few: then it is these that are
-/// sorted. Keeps its memory.
+/// Groups positions by their keys, as long as distinct keys are few: then it is these that are sorted. Keeps its
+/// memory.
 class FewValues {
  public:
   static constexpr std::size_t most = 1024;
 
-  /// Counts the values at these positions; false when there are too many. `equal` compares those at two positions;
-  /// equal ones have equal hashes.
-  template <class Hash, class Equal>
-  bool collect(std::span<u64 const> positions, Hash hash, Equal equal);
+  using Positions = std::span<std::uint32_t>;
+  using Keys = std::span<u64 const>;
+
+  /// Counts the keys of these positions; false when there are too many.
+  [[nodiscard]] bool collect(Positions positions, Keys keys);
 
   /// Puts the positions that were collected into the order of their values, those of one value as they stood, and
-  /// appends to `ends` where each value ends. `less` compares the values at two positions.
+  /// appends to `ends` where each value ends. `less` compares the values of two keys; keys of which neither is less
+  /// stand for one value.
   template <class Less>
-  void arrange(std::span<u64> positions, Less less, std::vector<std::uint32_t>& ends);
+  void arrange(Positions positions, Less less, std::vector<std::uint32_t>& ends);
 
  private:
   static constexpr int slotBits = 12;
   static constexpr std::size_t slots = std::size_t{1} << slotBits;
   static_assert(slots >= 2 * most);
 
-  struct Value {
-    u64 hash;
-    u64 first;  // position
+  struct Counted {
+    u64 key;
     std::uint32_t count;
+    std::uint32_t value;  // its number in their order
   };
   using Number = std::uint16_t;
 
-  template <class Equal>
-  std::optional<Number> numberOf(u64 hash, u64 position, Equal equal);
+  [[nodiscard]] std::optional<Number> numberOf(u64 key);
+  void move(Positions positions, std::span<std::uint32_t const> ends);
 
-  std::vector<Number> table_;    // numbers of values, counted from 1
-  std::vector<Value> values_;    // in the order in which they were met
-  std::vector<Number> numbers_;  // of the value at each position
-  std::vector<u64> arranged_;
+  std::vector<Number> table_;    // numbers of keys, counted from 1
+  std::vector<Counted> keys_;    // in the order in which they were met
+  std::vector<Number> numbers_;  // of the key at each position
+  std::vector<std::uint32_t> arranged_;
 };
 
-template <class Hash, class Equal>
-bool FewValues::collect(std::span<u64 const> positions, Hash hash, Equal equal) {
-  table_.assign(slots, 0);
-  values_.clear();
-  if (numbers_.size() < positions.size()) numbers_.resize(positions.size());
-  auto place = numbers_.begin();
-  for (u64 const position : positions) {
-    auto const number = numberOf(hash(position), position, equal);
-    if (!number) return false;
-    *place++ = *number;
-  }
-  return true;
-}
-
-template <class Equal>
-auto FewValues::numberOf(u64 hash, u64 position, Equal equal) -> std::optional<Number> {
-  constexpr u64 scatter = 0x9e37'79b9'7f4a'7c15;
-  for (std::size_t slot = (hash * scatter) >> (64 - slotBits);; slot = (slot + 1) % slots) {
-    auto& entry = table_[slot];
-    if (entry == 0) {
-      if (values_.size() == most) return std::nullopt;
-      values_.push_back({hash, position, 0});
-      entry = static_cast<Number>(values_.size());
-    }
-    auto const number = static_cast<Number>(entry - 1);
-    auto& value = values_[number];
-    if (value.hash != hash || !equal(value.first, position)) continue;
-    ++value.count;
-    return number;
-  }
-}
-
 template <class Less>
-void FewValues::arrange(std::span<u64> positions, Less less, std::vector<std::uint32_t>& ends) {
-  std::vector<Number> order(values_.size());
+void FewValues::arrange(Positions positions, Less less, std::vector<std::uint32_t>& ends) {
+  std::vector<Number> order(keys_.size());
   std::iota(order.begin(), order.end(), Number{0});
-  std::ranges::sort(order, less, [this](Number number) { return values_[number].first; });
-
-  std::vector<std::uint32_t> places(values_.size());
+  std::ranges::sort(order, less, [this](Number number) { return keys_[number].key; });
+  auto const before = ends.size();
   std::uint32_t end = 0;
-  for (auto const number : order) {
-    places[number] = end;
-    end += values_[number].count;
-    ends.push_back(end);
+  for (std::size_t k = 0; k < order.size(); ++k) {
+    auto& counted = keys_[order[k]];
+    end += counted.count;
+    if (k == 0 || less(keys_[order[k - 1]].key, counted.key)) ends.push_back(end);
+    else ends.back() = end;
+    counted.value = static_cast<std::uint32_t>(ends.size() - before - 1);
   }
-  if (arranged_.size() < positions.size()) arranged_.resize(positions.size());
-  for (std::size_t i = 0; i < positions.size(); ++i) arranged_[places[numbers_[i]]++] = positions[i];
-  std::copy_n(arranged_.begin(), positions.size(), positions.begin());
+  move(positions, std::span{ends}.subspan(before));
 }
 
 }  // namespace casebook

@@ -14,6 +14,13 @@ constexpr std::size_t leastToCount = 2 * FewValues::most;
 
 constexpr std::size_t ahead = 8;  // steps in which memory answers
 
+constexpr std::size_t numberOf(ValueKind kind) noexcept { return static_cast<std::size_t>(kind); }
+
+/// Tells a text from others without a look at it; equal texts mostly share it.
+u64 storageOf(Variant const& text) noexcept { return reinterpret_cast<std::uintptr_t>(&text.stringValue()); }
+
+std::string const& textIn(u64 storage) noexcept { return *reinterpret_cast<std::string const*>(storage); }
+
 }  // namespace
 
 ValueIndex IndexBuilder::build(Column const& column, CaseOrder const& order) {
@@ -35,23 +42,42 @@ ValueIndex IndexBuilder::build(Column const& column, CaseOrder const& order) {
 
 void IndexBuilder::divideByKind(Column const& column) {
   keys_.resize(column.size());
-  kinds_.resize(column.size());
-  positions_.resize(column.size());
+  kindRuns_.clear();
+  if (order_->isPlain()) takeKeys(column, [](std::uint32_t position) { return position; });
+  else takeKeys(column, [this](std::uint32_t position) { return order_->row(position); });
+  kindRuns_.push_back({ValueKind::Null, static_cast<std::uint32_t>(column.size())});
   begins_ = {};
-  for (std::uint32_t position = 0; position < column.size(); ++position) {
-    auto const [kind, key] = keyOf(column[order_->row(position)]);
-    keys_[position] = key;
-    kinds_[position] = kind;
-    ++begins_[static_cast<std::size_t>(kind) + 1];
-  }
+  forKindRuns([&](ValueKind kind, auto begin, auto end) { begins_[numberOf(kind) + 1] += end - begin; });
   std::partial_sum(begins_.begin(), begins_.end(), begins_.begin());
+  positions_.resize(column.size());
   auto places = begins_;
-  for (std::size_t position = 0; position < column.size(); ++position)
-    positions_[places[static_cast<std::size_t>(kinds_[position])]++] = position;
+  forKindRuns([&](ValueKind kind, auto begin, auto end) {
+    auto& place = places[numberOf(kind)];
+    std::iota(&positions_[place], &positions_[place] + (end - begin), begin);
+    place += end - begin;
+  });
 }
 
-std::span<u64> IndexBuilder::positionsOf(ValueKind kind) noexcept {
-  auto const number = static_cast<std::size_t>(kind);
+template <class RowAt>
+void IndexBuilder::takeKeys(Column const& column, RowAt rowAt) {
+  auto* const keys = keys_.data();
+  for (std::uint32_t position = 0; position < column.size(); ++position) {
+    auto const& cell = column[rowAt(position)];
+    auto const [kind, key] = keyOf(cell);
+    keys[position] = kind == ValueKind::Text ? storageOf(cell) : key;
+    if (position == 0 || kind != kindRuns_.back().kind) kindRuns_.push_back({kind, position});
+  }
+}
+
+/// Calls `visit(kind, begin, end)` with positions of one kind that follow each other.
+template <class Visit>
+void IndexBuilder::forKindRuns(Visit visit) const {
+  for (std::size_t run = 0; run + 1 < kindRuns_.size(); ++run)
+    visit(kindRuns_[run].kind, kindRuns_[run].begin, kindRuns_[run + 1].begin);
+}
+
+auto IndexBuilder::positionsOf(ValueKind kind) noexcept -> Positions {
+  auto const number = numberOf(kind);
   return std::span{positions_}.subspan(begins_[number], begins_[number + 1] - begins_[number]);
 }
 
@@ -61,77 +87,63 @@ std::size_t IndexBuilder::putMissing(ValueKind kind) {
   return runs_.ranks.size() - before;
 }
 
+// Where nearly all values differ, their keys lie anywhere.
 void IndexBuilder::putNumbers(ValueKind kind) {
   auto const positions = positionsOf(kind);
-  auto const keyAt = [this](u64 position) { return keys_[position]; };
-  auto const equal = [&](u64 a, u64 b) { return keyAt(a) == keyAt(b); };
-  auto const less = [&](u64 a, u64 b) { return keyAt(a) < keyAt(b); };
   ends_.clear();
-  if (positions.size() < leastToCount || !fewValues_.collect(positions, keyAt, equal)) {
-    keySort_.sort(positions, keys_);
-    return putSorted(kind, positions);
+  if (positions.size() >= leastToCount && fewValues_.collect(positions, keys_))
+    fewValues_.arrange(positions, std::less{}, ends_);
+  else keySort_.sort(positions, keys_, ends_);
+  auto const firstOf = [&](std::size_t value) { return positions[value == 0 ? 0 : ends_[value - 1]]; };
+  auto const values = runs_.values.makeRoom(kind, ends_.size());
+  for (std::size_t value = 0; value < values.size(); ++value) {
+    if (value + 2 * ahead < values.size()) __builtin_prefetch(&keys_[firstOf(value + 2 * ahead)]);
+    values[value] = keys_[firstOf(value)];
   }
-  fewValues_.arrange(positions, less, ends_);
-  for (std::size_t begin = 0; std::size_t const end : ends_)
-    runs_.values.append(kind, keyAt(positions[std::exchange(begin, end)]));
-  putRuns(positions);
-}
-
-// Where nearly all values differ, their keys lie anywhere.
-void IndexBuilder::putSorted(ValueKind kind, std::span<u64 const> positions) {
-  u64 last = 0;
-  for (std::size_t k = 0; k < positions.size(); ++k) {
-    if (k + 2 * ahead < positions.size()) __builtin_prefetch(&keys_[positions[k + 2 * ahead]]);
-    u64 const key = keys_[positions[k]];
-    if (k != 0 && key == last) continue;
-    if (k != 0) ends_.push_back(static_cast<std::uint32_t>(k));
-    runs_.values.append(kind, key);
-    last = key;
-  }
-  if (!positions.empty()) ends_.push_back(static_cast<std::uint32_t>(positions.size()));
   putRuns(positions);
 }
 
 void IndexBuilder::putTexts(Column const& column) {
   auto const positions = positionsOf(ValueKind::Text);
   if (positions.empty()) return;
-  auto const cellAt = [&](u64 position) -> Variant const& {
-    return column[order_->row(static_cast<std::uint32_t>(position))];
-  };
-  viewTexts(column, positions);
-  auto const textAt = [&](u64 position) { return texts_[position]; };
-  auto const hash = [&](u64 position) { return std::hash<std::string_view>{}(textAt(position)); };
-  auto const equal = [&](u64 a, u64 b) { return cellAt(a) == cellAt(b); };
-  auto const less = [&](u64 a, u64 b) { return cellAt(a) < cellAt(b); };
   ends_.clear();
-  if (positions.size() >= leastToCount && fewValues_.collect(positions, hash, equal))
-    fewValues_.arrange(positions, less, ends_);
-  else textSort_.sort(positions, textAt, keys_, ends_);
-  runs_.values.reserveTexts(ends_.size());
   auto const firstOf = [&](std::size_t value) { return positions[value == 0 ? 0 : ends_[value - 1]]; };
-  for (std::size_t value = 0; value < ends_.size(); ++value) {
-    if (value + 2 * ahead < ends_.size()) __builtin_prefetch(&cellAt(firstOf(value + 2 * ahead)));
-    if (value + ahead < ends_.size()) __builtin_prefetch(&cellAt(firstOf(value + ahead)).stringValue(), 1);
-    runs_.values.append(cellAt(firstOf(value)));
+  if (positions.size() >= leastToCount && fewValues_.collect(positions, keys_)) {
+    fewValues_.arrange(positions, [](u64 a, u64 b) { return textIn(a) < textIn(b); }, ends_);
+    runs_.values.reserveTexts(ends_.size());
+    for (std::size_t value = 0; value < ends_.size(); ++value) runs_.values.append(column[order_->row(firstOf(value))]);
+  } else {
+    takeTexts(column, positions);
+    textSort_.sort(positions, [&](auto position) -> auto& { return texts_[position].stringValue(); }, keys_, ends_);
+    runs_.values.reserveTexts(ends_.size());
+    for (std::size_t value = 0; value < ends_.size(); ++value) {
+      if (value + 2 * ahead < ends_.size()) __builtin_prefetch(&texts_[firstOf(value + 2 * ahead)], 1);
+      runs_.values.append(std::move(texts_[firstOf(value)]));
+    }
+    texts_.clear();
   }
   putRuns(positions);
 }
 
-// Texts lie anywhere: each is asked of the memory some steps ahead.
-void IndexBuilder::viewTexts(Column const& column, std::span<u64 const> positions) {
+// Texts lie anywhere: each is asked of the memory some steps ahead. Once it is there it gets its second owner, and what
+// is sorted and moved later are these.
+void IndexBuilder::takeTexts(Column const& column, Positions positions) {
+  texts_.clear();
   texts_.resize(column.size());
-  auto const textAt = [&](std::size_t k) -> std::string const& {
-    return column[order_->row(static_cast<std::uint32_t>(positions[k]))].stringValue();
-  };
   for (std::size_t k = 0; k < positions.size(); ++k) {
-    if (k + 2 * ahead < positions.size()) __builtin_prefetch(&textAt(k + 2 * ahead));
-    if (k + ahead < positions.size()) __builtin_prefetch(textAt(k + ahead).data());
-    texts_[positions[k]] = textAt(k);
+    if (k + 2 * ahead < positions.size()) __builtin_prefetch(&textIn(keys_[positions[k + 2 * ahead]]), 1);
+    texts_[positions[k]] = column[order_->row(positions[k])];
   }
 }
 
 /// Puts the ranks of each value, of positions that lie in the order of their values and end at `ends_`.
-void IndexBuilder::putRuns(std::span<u64 const> positions) {
+void IndexBuilder::putRuns(Positions positions) {
+  if (order_->isPlain()) {
+    auto const before = runs_.ends.size();
+    runs_.ends.insert(runs_.ends.end(), ends_.begin(), ends_.end());
+    for (auto& end : std::span{runs_.ends}.subspan(before)) end += static_cast<std::uint32_t>(runs_.ranks.size());
+    return putRanks(positions);
+  }
   for (std::size_t begin = 0; std::size_t const end : ends_) {
     putRanks(positions.subspan(begin, end - begin));
     runs_.ends.push_back(static_cast<std::uint32_t>(runs_.ranks.size()));
@@ -140,11 +152,12 @@ void IndexBuilder::putRuns(std::span<u64 const> positions) {
 }
 
 /// Rows of one case identifier count once.
-void IndexBuilder::putRanks(std::span<u64 const> positions) {
+void IndexBuilder::putRanks(Positions positions) {
   auto& ranks = runs_.ranks;
+  if (order_->isPlain()) return (void)ranks.insert(ranks.end(), positions.begin(), positions.end());
   auto const begin = ranks.size();
-  for (u64 const position : positions) {
-    auto const rank = order_->rankOfRow(order_->row(static_cast<std::uint32_t>(position)));
+  for (auto const position : positions) {
+    auto const rank = order_->rankOfRow(order_->row(position));
     if (ranks.size() == begin || ranks.back() != rank) ranks.push_back(rank);
   }
 }

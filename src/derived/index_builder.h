@@ -21,24 +21,35 @@ class IndexBuilder {
  private:
   using Column = std::vector<Variant>;
 
+  using Positions = std::span<std::uint32_t>;
+
+  /// Positions on from `begin` whose values are of one kind.
+  struct KindRun {
+    ValueKind kind;
+    std::uint32_t begin;
+  };
+
   void divideByKind(Column const& column);
-  [[nodiscard]] std::span<u64> positionsOf(ValueKind kind) noexcept;
+  template <class RowAt>
+  void takeKeys(Column const& column, RowAt rowAt);
+  template <class Visit>
+  void forKindRuns(Visit visit) const;
+  [[nodiscard]] Positions positionsOf(ValueKind kind) noexcept;
   std::size_t putMissing(ValueKind kind);
   void putNumbers(ValueKind kind);
-  void putSorted(ValueKind kind, std::span<u64 const> positions);
   void putTexts(Column const& column);
-  void viewTexts(Column const& column, std::span<u64 const> positions);
-  void putRuns(std::span<u64 const> positions);
-  void putRanks(std::span<u64 const> positions);
+  void takeTexts(Column const& column, Positions positions);
+  void putRuns(Positions positions);
+  void putRanks(Positions positions);
 
   CaseOrder const* order_ = nullptr;  // borrowed while an index is built
   KeySort keySort_;
   TextSort textSort_{keySort_};
   FewValues fewValues_;
   std::vector<u64> keys_;                             // by position
-  std::vector<ValueKind> kinds_;                      // by position
-  std::vector<std::string_view> texts_;               // by position
-  std::vector<u64> positions_;                        // by kind
+  std::vector<KindRun> kindRuns_;                     // ascending, and where they end
+  std::vector<Variant> texts_;                        // by position, while they are sorted
+  std::vector<std::uint32_t> positions_;              // by kind
   std::array<std::size_t, valueKinds + 1> begins_{};  // of the kinds in `positions_`, and the end
   std::vector<std::uint32_t> ends_;                   // of the distinct values in the positions of one kind
   ValueIndex::Runs runs_;

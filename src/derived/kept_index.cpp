@@ -19,6 +19,7 @@ bool isNegativeZero(Variant const& value) noexcept { return isZero(value) && val
 }  // namespace
 
 void KeptIndex::assign(ValueIndex index, std::vector<Variant> const& column) noexcept {
+  index_.values().clear();  // what it still holds is released faster there than by the assignment
   index_ = std::move(index);
   changes_.clear();
   passed_ = {};

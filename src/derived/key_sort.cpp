@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <ranges>
 #include <utility>
 
 namespace casebook {
@@ -27,19 +26,14 @@ void makePlaces(Histogram& counts) noexcept {
   for (auto& count : counts) sum += std::exchange(count, sum);
 }
 
-void moveByDigit(std::span<u64 const> from, std::span<u64> to, Histogram& places, int digit) noexcept {
-  for (u64 const word : from) to[places[digitOf(word, digit)]++] = word;
-}
+constexpr std::uint32_t positionOf(u64 word) noexcept { return static_cast<std::uint32_t>(word); }
 
-/// Calls `visit` with each run of two or more elements that have the same projection.
-template <class Project, class Visit>
-void forRuns(std::span<u64> words, Project project, Visit visit) {
-  for (auto begin = words.begin(); begin != words.end();) {
-    auto end = begin + 1;
-    while (end != words.end() && project(*end) == project(*begin)) ++end;
-    if (end - begin > 1) visit(std::span{begin, end});
-    begin = end;
-  }
+/// Where the run ends that begins at `begin`: of elements that have the same projection.
+template <class Element, class Project>
+std::size_t endOfRun(std::span<Element> all, std::size_t begin, Project project) {
+  std::size_t end = begin + 1;
+  while (end != all.size() && project(all[end]) == project(all[begin])) ++end;
+  return end;
 }
 
 void insertionSort(std::span<u64> words) noexcept {
@@ -57,50 +51,141 @@ void sortFew(std::span<u64> words) noexcept {
   else std::ranges::sort(words);
 }
 
+struct Extent {
+  u64 low;
+  u64 high;
+  bool ascend;
+};
+
+Extent extentOf(KeySort::Positions positions, KeySort::Keys keys) noexcept {
+  Extent extent{keys[positions.front()], keys[positions.front()], true};
+  u64 last = extent.low;
+  for (auto const position : positions) {
+    u64 const key = keys[position];
+    extent.low = std::min(extent.low, key);
+    extent.high = std::max(extent.high, key);
+    extent.ascend &= last <= key;
+    last = key;
+  }
+  return extent;
+}
+
+/// Sorts positions whose keys have equal leading bits; mostly they are few, or all keys are equal.
+void sortTied(KeySort::Positions positions, KeySort::Keys keys) {
+  if (std::ranges::is_sorted(positions, {}, [&](auto position) { return keys[position]; })) return;
+  if (positions.size() < leastToDistribute)
+    return (void)std::ranges::sort(positions, {}, [&](auto position) { return std::pair{keys[position], position}; });
+  std::vector<std::uint32_t> ends;
+  KeySort{}.sort(positions, keys, ends);
+}
+
+/// Takes in sorted words part by part: puts their positions and where each run of equal keys ends.
+class Sorted {
+ public:
+  /// There is room for as many ends as positions. The words have the keys whole, or their leading bits.
+  Sorted(KeySort::Positions positions, KeySort::Keys keys, std::uint32_t* ends, bool whole)
+      : positions_{positions}, keys_{keys}, end_{ends}, whole_{whole} {}
+
+  void put(u64 word) noexcept {
+    positions_[put_++] = positionOf(word);
+    *end_++ = put_;
+  }
+  void put(std::span<u64 const> words) {
+    for (std::size_t begin = 0; begin != words.size();) {
+      auto const end = endOfRun(words, begin, [](u64 word) { return word & ~positionMask; });
+      if (end - begin == 1) put(words[begin]);
+      else putTied(words.subspan(begin, end - begin));
+      begin = end;
+    }
+  }
+  /// The positions as they stand, which have ascending keys.
+  void putAll() noexcept { putEnds(positions_); }
+
+  [[nodiscard]] std::uint32_t* end() const noexcept { return end_; }
+
+ private:
+  void putTied(std::span<u64 const> words) {
+    auto const run = positions_.subspan(put_, words.size());
+    std::ranges::transform(words, run.begin(), positionOf);
+    if (!whole_) {
+      sortTied(run, keys_);
+      return putEnds(run);
+    }
+    put_ += static_cast<std::uint32_t>(words.size());
+    *end_++ = put_;
+  }
+  void putEnds(KeySort::Positions run) noexcept {
+    for (std::size_t k = 0; k != run.size();) {
+      k = endOfRun(run, k, [&](auto position) { return keys_[position]; });
+      *end_++ = static_cast<std::uint32_t>(put_ + k);
+    }
+    put_ += static_cast<std::uint32_t>(run.size());
+  }
+
+  KeySort::Positions positions_;
+  KeySort::Keys keys_;
+  std::uint32_t* end_;
+  std::uint32_t put_ = 0;
+  bool whole_;
+};
+
+/// Puts words that are sorted but for the digits that were not distributed.
+void putDistributed(std::span<u64> words, Sorted& sorted) {
+  for (std::size_t begin = 0; begin != words.size();) {
+    auto const end = endOfRun(words, begin, [](u64 word) { return word >> lowDigit; });
+    auto const run = words.subspan(begin, end - begin);
+    if (run.size() == 1) sorted.put(run.front());
+    else sortFew(run), sorted.put(run);
+    begin = end;
+  }
+}
+
 }  // namespace
 
-// The leading 32 bits of what the keys are above the lowest are packed above the position, so that one word is moved
-// for each; what they leave equal is sorted by the rest of the keys, which is then packed whole.
-void KeySort::sort(std::span<u64> positions, std::span<u64 const> keys) {
-  auto const key = [&](u64 position) { return keys[position]; };
-  if (std::ranges::is_sorted(positions, {}, key)) return;
-  auto const [low, high] = std::ranges::minmax(positions | std::views::transform(key));
-  int const shift = std::countl_zero(high - low);
-  for (u64& position : positions) position |= ((keys[position] - low) << shift) & ~positionMask;
-  sortWords(positions);
-  if (shift < 32) {
-    forRuns(
-        positions, [](u64 word) { return word & ~positionMask; },
-        [&](std::span<u64> run) {
-          for (u64& word : run) word &= positionMask;
-          sort(run, keys);
-        });
-  }
-  for (u64& word : positions) word &= positionMask;
-}
-
-void KeySort::sortWords(std::span<u64> words) {
-  if (words.size() < leastToDistribute) {
+void KeySort::sort(Positions positions, Keys keys, std::vector<std::uint32_t>& ends) {
+  if (positions.empty()) return;
+  auto const before = ends.size();
+  ends.resize(before + positions.size());
+  auto const [low, high, ascend] = extentOf(positions, keys);
+  int const shift = ascend ? 0 : std::countl_zero(high - low);
+  Sorted sorted{positions, keys, &ends[before], shift >= 32};
+  if (words_.size() < positions.size()) words_.resize(positions.size());
+  auto const words = std::span{words_}.first(positions.size());
+  if (ascend) {
+    sorted.putAll();
+  } else if (words.size() < leastToDistribute) {
+    pack(positions, keys, low, shift);
     sortFew(words);
-    return;
+    sorted.put(words);
+  } else {
+    distribute(positions, keys, low, shift);
+    putDistributed(words, sorted);
   }
-  distribute(words);
-  forRuns(words, [](u64 word) { return word >> lowDigit; }, sortFew);
+  ends.resize(static_cast<std::size_t>(sorted.end() - ends.data()));
 }
 
-void KeySort::distribute(std::span<u64> words) {
-  Histogram low{};
-  Histogram high{};
-  for (u64 const word : words) {
-    ++low[digitOf(word, lowDigit)];
-    ++high[digitOf(word, highDigit)];
+void KeySort::pack(Positions positions, Keys keys, u64 low, int shift) {
+  auto word = words_.begin();
+  for (auto const position : positions) *word++ = ((keys[position] - low) << shift & ~positionMask) | position;
+}
+
+void KeySort::distribute(Positions positions, Keys keys, u64 low, int shift) {
+  Histogram lowCounts{};
+  Histogram highCounts{};
+  for (auto const position : positions) {
+    u64 const leading = (keys[position] - low) << shift;
+    ++lowCounts[digitOf(leading, lowDigit)];
+    ++highCounts[digitOf(leading, highDigit)];
   }
-  makePlaces(low);
-  makePlaces(high);
-  if (spare_.size() < words.size()) spare_.resize(words.size());
-  auto const spare = std::span{spare_}.first(words.size());
-  moveByDigit(words, spare, low, lowDigit);
-  moveByDigit(spare, words, high, highDigit);
+  makePlaces(lowCounts);
+  makePlaces(highCounts);
+  if (spare_.size() < positions.size()) spare_.resize(positions.size());
+  for (auto const position : positions) {
+    u64 const leading = (keys[position] - low) << shift;
+    spare_[lowCounts[digitOf(leading, lowDigit)]++] = (leading & ~positionMask) | position;
+  }
+  for (Word const word : std::span{spare_}.first(positions.size()))
+    words_[highCounts[digitOf(word, highDigit)]++] = word;
 }
 
 }  // namespace casebook

@@ -1,25 +1,27 @@
 #pragma once
 
 #include "derived/key_sort.h"
+#include "derived/text_keys.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace casebook {
 
 /// Sorts positions by the texts at them, equal texts by position. Keeps its memory from one sort to the next.
 ///
-/// A range of texts that begin alike is sorted by the next few bytes after what all of them share; those that have
-/// even these in common are a range of their own, which waits for its turn: nothing here calls itself, however long
-/// the texts are.
+/// A range of texts that begin alike is sorted by what follows, as far as a key tells it; those that have even this in
+/// common are a range of their own, which waits for its turn: nothing here calls itself, however long the texts are.
 class TextSort {
  public:
+  using Positions = std::span<std::uint32_t>;
+  using Ends = std::vector<std::uint32_t>;
+
   explicit TextSort(KeySort& keySort) : keySort_{keySort} {}
 
-  /// `positions` ascend; `textAt(position)` is a std::string_view. `keys` has room for each position and is
+  /// `positions` ascend; `textAt(position)` is a std::string const&. `keys` has room for each position and is
   /// overwritten. Appends to `ends` where each text ends.
   template <class TextAt>
-  void sort(std::span<u64> positions, TextAt textAt, std::span<u64> keys, std::vector<std::uint32_t>& ends);
+  void sort(Positions positions, TextAt textAt, std::span<u64> keys, Ends& ends);
 
  private:
   struct Range {
@@ -28,65 +30,68 @@ class TextSort {
     std::size_t depth;  // the number of bytes that all its texts share
   };
 
+  // Both append the ends within the range.
   template <class TextAt>
-  void split(Range range, std::span<u64> positions, TextAt textAt, std::span<u64> keys);
-  void markRuns(Range range, std::span<u64 const> positions, std::span<u64 const> keys);
-  void putEnds(std::size_t size, std::vector<std::uint32_t>& ends) const;
+  void sortFew(Range range, Positions part, TextAt textAt, Ends& ends);
+  template <class TextAt>
+  void split(Range range, Positions part, TextAt textAt, std::span<u64> keys, Ends& ends);
+
+  static constexpr std::size_t few = 128;
 
   KeySort& keySort_;
+  TextKeys textKeys_;
   std::vector<Range> waiting_;
-  std::vector<bool> begins_;  // whether a text begins at a place
+  Ends runs_;  // of equal keys in a range
 };
 
-namespace text_key {
-
-constexpr std::size_t bytes = 7;
-
-/// The first bytes of a text as a key that has their order, and whether more follow.
-inline u64 of(std::string_view text) noexcept {
-  u64 key = 0;
-  for (std::size_t i = 0; i < bytes; ++i) key = key << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
-  return key << 8 | std::min(text.size(), bytes + 1);
-}
-
-/// How many bytes both begin with.
-inline std::size_t sharedBytes(std::string_view a, std::string_view b) noexcept {
-  return static_cast<std::size_t>(std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first - a.begin());
-}
-
-constexpr bool moreFollows(u64 key) noexcept { return (key & 0xff) > bytes; }
-
-}  // namespace text_key
-
 template <class TextAt>
-void TextSort::sort(std::span<u64> positions, TextAt textAt, std::span<u64> keys, std::vector<std::uint32_t>& ends) {
-  begins_.assign(positions.size(), false);
-  begins_.front() = true;
+void TextSort::sort(Positions positions, TextAt textAt, std::span<u64> keys, Ends& ends) {
+  auto const before = static_cast<std::ptrdiff_t>(ends.size());
+  auto inOrder = before;
   waiting_.assign(1, {0, positions.size(), 0});
   while (!waiting_.empty()) {
     auto const range = waiting_.back();
     waiting_.pop_back();
-    split(range, positions, textAt, keys);
+    auto const part = positions.subspan(range.begin, range.end - range.begin);
+    if (part.size() < few) sortFew(range, part, textAt, ends);
+    else split(range, part, textAt, keys, ends);
+    if (inOrder == before) inOrder = static_cast<std::ptrdiff_t>(ends.size());
   }
-  putEnds(positions.size(), ends);
+  std::sort(ends.begin() + inOrder, ends.end());
+  std::inplace_merge(ends.begin() + before, ends.begin() + inOrder, ends.end());
+  ends.push_back(static_cast<std::uint32_t>(positions.size()));
 }
 
 template <class TextAt>
-void TextSort::split(Range range, std::span<u64> positions, TextAt textAt, std::span<u64> keys) {
-  auto const part = positions.subspan(range.begin, range.end - range.begin);
-  auto const first = textAt(part.front()).substr(range.depth);
-  std::size_t shared = first.size();
-  auto const rest = [&](std::size_t k) {
-    constexpr std::size_t ahead = 8;  // steps in which memory answers
+void TextSort::sortFew(Range range, Positions part, TextAt textAt, Ends& ends) {
+  std::ranges::sort(part, [&](auto a, auto b) {
+    auto const order = textAt(a) <=> textAt(b);
+    return order == 0 ? a < b : order < 0;
+  });
+  for (std::size_t k = 1; k < part.size(); ++k)
+    if (textAt(part[k - 1]) != textAt(part[k])) ends.push_back(static_cast<std::uint32_t>(range.begin + k));
+}
+
+template <class TextAt>
+void TextSort::split(Range range, Positions part, TextAt textAt, std::span<u64> keys, Ends& ends) {
+  auto const rest = [&](std::size_t k) { return std::string_view{textAt(part[k])}.substr(range.depth); };
+  constexpr std::size_t ahead = 8;  // steps in which memory answers
+  textKeys_.clear();
+  for (std::size_t k = 0; k < part.size(); ++k) {
+    if (k + 2 * ahead < part.size()) __builtin_prefetch(&textAt(part[k + 2 * ahead]));
     if (k + ahead < part.size()) __builtin_prefetch(textAt(part[k + ahead]).data() + range.depth);
-    return textAt(part[k]).substr(range.depth);
-  };
-  for (std::size_t k = 0; k < part.size() && shared != 0; ++k)
-    shared = text_key::sharedBytes(first.substr(0, shared), rest(k));
-  range.depth += shared;
-  for (std::size_t k = 0; k < part.size(); ++k) keys[part[k]] = text_key::of(rest(k));
-  keySort_.sort(part, keys);
-  markRuns(range, positions, keys);
+    textKeys_.add(rest(k));
+  }
+  textKeys_.weigh();
+  for (std::size_t k = 0; k < part.size(); ++k) keys[part[k]] = textKeys_.of(k);
+  runs_.clear();
+  keySort_.sort(part, keys, runs_);
+  for (std::size_t begin = 0; std::size_t const end : runs_) {
+    if (end != part.size()) ends.push_back(static_cast<std::uint32_t>(range.begin + end));
+    if (end - begin > 1 && rest(begin).size() >= textKeys_.bytes())
+      waiting_.push_back({range.begin + begin, range.begin + end, range.depth + textKeys_.bytes()});
+    begin = end;
+  }
 }
 
 }  // namespace casebook

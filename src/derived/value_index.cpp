@@ -20,6 +20,15 @@ std::size_t lowerBound(std::span<u64 const> keys, u64 key) noexcept {
   return static_cast<std::size_t>(first - keys.data());
 }
 
+/// Hands on elements without room for more. Assigning keeps memory where there is enough, else it takes just what is
+/// needed.
+template <class T>
+void takeJust(std::vector<T>& from, std::vector<T>& to) {
+  if (from.capacity() == from.size()) to = std::move(from);
+  else to.assign(from.begin(), from.end());
+  from.clear();
+}
+
 }  // namespace
 
 void DistinctValues::append(ValueKind kind, u64 key) {
@@ -31,6 +40,18 @@ void DistinctValues::append(Variant const& value) {
   auto const [kind, key] = keyOf(value);
   if (kind == ValueKind::Text) texts_.push_back(value);
   else append(kind, key);
+}
+
+void DistinctValues::append(Variant&& value) {
+  auto const [kind, key] = keyOf(value);
+  if (kind == ValueKind::Text) texts_.push_back(std::move(value));
+  else append(kind, key);
+}
+
+std::span<u64> DistinctValues::makeRoom(ValueKind kind, std::size_t count) {
+  keys_.resize(keys_.size() + count);
+  if (kind == ValueKind::Whole) wholes_ += count;
+  return std::span{keys_}.last(count);
 }
 
 void DistinctValues::append(DistinctValues&& from, std::size_t begin, std::size_t end) {
@@ -47,16 +68,22 @@ void DistinctValues::append(DistinctValues&& from, std::size_t begin, std::size_
   wholes_ += std::min(end, from.wholes_) - std::min(begin, from.wholes_);
 }
 
+// Texts lie anywhere: each is asked of the memory some steps before it loses an owner.
 void DistinctValues::clear() noexcept {
   keys_.clear();
   steps_.clear();
   wholes_ = 0;
+  constexpr std::size_t ahead = 16;
+  for (std::size_t k = 0; k < texts_.size(); ++k) {
+    if (k + ahead < texts_.size()) __builtin_prefetch(&texts_[k + ahead].stringValue(), 1);
+    texts_[k] = {};
+  }
   texts_.clear();
   negativeZero_ = false;
 }
 
 void DistinctValues::takeFrom(DistinctValues& others) {
-  keys_.assign(others.keys_.begin(), others.keys_.end());
+  takeJust(others.keys_, keys_);
   wholes_ = others.wholes_;
   texts_ = std::exchange(others.texts_, {});
   negativeZero_ = others.negativeZero_;
@@ -151,10 +178,9 @@ void ValueIndex::Runs::clear() noexcept {
   ends.clear();
 }
 
-// Assigning keeps memory where there is enough, else it takes just what is needed.
 void ValueIndex::assign(Runs& runs, CaseIds::ByRank caseIds) {
   values_.takeFrom(runs.values);
-  ranks_.assign(runs.ranks.begin(), runs.ranks.end());
+  takeJust(runs.ranks, ranks_);
   nulls_ = runs.nulls;
   nans_ = runs.nans;
   bool const oneEach = nulls_ + nans_ + values_.size() == ranks_.size();

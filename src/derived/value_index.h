@@ -18,6 +18,9 @@ class DistinctValues {
   /// Values are appended in ascending order.
   void append(ValueKind kind, u64 key);
   void append(Variant const& value);
+  void append(Variant&& value);
+  /// Where the keys of so many numbers of one kind are to be put.
+  [[nodiscard]] std::span<u64> makeRoom(ValueKind kind, std::size_t count);
   /// The values at these places, whose texts are moved.
   void append(DistinctValues&& from, std::size_t begin, std::size_t end);
   void setZeroNegative(bool negative) noexcept { negativeZero_ = negative; }

@@ -31,6 +31,16 @@ Variant text(Random& random, std::size_t sameBytes) {
   return text;
 }
 
+/// One of few texts, each of which has two storages that many values share.
+Variant sharedText(Random& random) {
+  static auto const texts = [] {
+    Column all;
+    for (int k = 0; k < 40; ++k) all.emplace_back(k % 20 == 0 ? "" : "centre " + std::to_string(k % 20));
+    return all;
+  }();
+  return texts[random() % texts.size()];
+}
+
 constexpr Content contents[] = {
     {"nulls", [](Random&) { return Variant{}; }},
     {"numbers, few", [](Random& r) { return r() % 50 == 0 ? Variant{} : Variant{static_cast<double>(r() % 100)}; }},
@@ -42,6 +52,7 @@ constexpr Content contents[] = {
     {"zeros", [](Random& r) { return Variant{r() % 2 == 0 ? -0.0 : 0.0}; }},
     {"whole numbers", [](Random& r) { return whole(r() >> r() % 64); }},
     {"texts, few", [](Random& r) { return Variant{"centre " + std::to_string(r() % 20)}; }},
+    {"texts, few and shared", sharedText},
     {"texts, distinct", [](Random& r) { return r() % 50 == 0 ? "none" : Variant{"note " + std::to_string(r())}; }},
     {"texts, odd", [](Random& r) { return text(r, 0); }},
     {"texts, long and alike", [](Random& r) { return text(r, 100 + r() % 2 * 7); }},
