@@ -91,8 +91,8 @@ std::size_t IndexBuilder::putMissing(ValueKind kind) {
 void IndexBuilder::putNumbers(ValueKind kind) {
   auto const positions = positionsOf(kind);
   ends_.clear();
-  if (positions.size() >= leastToCount && fewValues_.collect(positions, keys_))
-    fewValues_.arrange(positions, std::less{}, ends_);
+  auto const less = [this](auto a, auto b) { return keys_[a] < keys_[b]; };
+  if (positions.size() >= leastToCount && haveFewKeys(positions)) fewValues_.arrange(positions, less, ends_);
   else keySort_.sort(positions, keys_, ends_);
   auto const firstOf = [&](std::size_t value) { return positions[value == 0 ? 0 : ends_[value - 1]]; };
   auto const values = runs_.values.makeRoom(kind, ends_.size());
@@ -103,13 +103,28 @@ void IndexBuilder::putNumbers(ValueKind kind) {
   putRuns(positions);
 }
 
+/// Whether they are collected, then.
+bool IndexBuilder::haveFewKeys(Positions positions) {
+  return fewValues_.collect(
+      positions, [this](auto position) { return keys_[position]; }, [](auto, auto) { return true; });
+}
+
+/// The same of texts, of which few mostly share few storages.
+bool IndexBuilder::haveFewTexts(Positions positions) {
+  if (haveFewKeys(positions)) return true;
+  auto const textAt = [this](auto position) -> auto& { return textIn(keys_[position]); };
+  return fewValues_.collect(
+      positions, [&](auto position) { return std::hash<std::string>{}(textAt(position)); },
+      [&](auto a, auto b) { return textAt(a) == textAt(b); });
+}
+
 void IndexBuilder::putTexts(Column const& column) {
   auto const positions = positionsOf(ValueKind::Text);
   if (positions.empty()) return;
   ends_.clear();
   auto const firstOf = [&](std::size_t value) { return positions[value == 0 ? 0 : ends_[value - 1]]; };
-  if (positions.size() >= leastToCount && fewValues_.collect(positions, keys_)) {
-    fewValues_.arrange(positions, [](u64 a, u64 b) { return textIn(a) < textIn(b); }, ends_);
+  if (positions.size() >= leastToCount && haveFewTexts(positions)) {
+    fewValues_.arrange(positions, [this](auto a, auto b) { return textIn(keys_[a]) < textIn(keys_[b]); }, ends_);
     runs_.values.reserveTexts(ends_.size());
     for (std::size_t value = 0; value < ends_.size(); ++value) runs_.values.append(column[order_->row(firstOf(value))]);
   } else {

@@ -37,6 +37,8 @@ class IndexBuilder {
   [[nodiscard]] Positions positionsOf(ValueKind kind) noexcept;
   std::size_t putMissing(ValueKind kind);
   void putNumbers(ValueKind kind);
+  [[nodiscard]] bool haveFewKeys(Positions positions);
+  [[nodiscard]] bool haveFewTexts(Positions positions);
   void putTexts(Column const& column);
   void takeTexts(Column const& column, Positions positions);
   void putRuns(Positions positions);
