@@ -104,6 +104,7 @@ void FileTags::clear() noexcept {
   files_.clear();
   ownTags_.clear();
   rules_.clear();
+  table_.reset();
   claimed_.reset();
   stale_.markEverything();
 }
@@ -153,7 +154,7 @@ void FileTags::refreshRule(u64 uid) {
   if (!source) return;
   auto& rule = enter(*source);
   for (auto const& file : store_.auxFiles.all())
-    if (file.tag.empty() && matchesWildcard(source->expression, file.path)) match(file.id, files_.at(file.id), rule);
+    if (file.tag.empty() && rule.wildcard.matches(WildcardText{file.path})) match(file.id, files_.at(file.id), rule);
 }
 
 void FileTags::enter(DataAuxFile const& file) {
@@ -164,9 +165,8 @@ void FileTags::enter(DataAuxFile const& file) {
     own->second.of(image).insert(file.id);
     return;
   }
-  TextSketch const sketch{file.path};
-  for (auto const& [uid, rule] : rules_)
-    if (rule->wildcard.matches(file.path, sketch)) match(file.id, entered, *rule);
+  if (!table_) makeTable();
+  table_->forEachMatch(file.path, [&](std::size_t number) { match(file.id, entered, *inTable_[number]); });
 }
 
 void FileTags::match(u64 uid, File& file, Rule& rule) {
@@ -192,13 +192,25 @@ void FileTags::leave(u64 uid) {
 }
 
 FileTags::Rule& FileTags::enter(DataPathRegex const& rule) {
+  table_.reset();
   return *rules_.emplace(rule.id, std::make_unique<Rule>(Rule{&rule, Wildcard{rule.expression}, {}})).first->second;
 }
 
 void FileTags::leave(RuleMap::iterator rule) {
+  table_.reset();
   for (bool const image : {true, false})
     for (u64 const uid : rule->second->carriers.of(image)) std::erase(files_.at(uid).rules, rule->second.get());
   rules_.erase(rule);
+}
+
+void FileTags::makeTable() {
+  std::vector<Wildcard const*> patterns;
+  inTable_.clear();
+  for (auto const& [uid, rule] : rules_) {
+    inTable_.push_back(rule.get());
+    patterns.push_back(&rule->wildcard);
+  }
+  table_.emplace(std::move(patterns));
 }
 
 }  // namespace casebook

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/wildcard.h"
+#include "platform/wildcard_table.h"
 #include "store/store.h"
 #include "transactions/stale_tags.h"
 
@@ -63,7 +63,7 @@ class FileTags {
     Carriers carriers;
     u64 claimer = 0;  ///< the image file that claimed it, while the claims are known
   };
-  using RuleMap = boost::container::flat_map<u64, std::unique_ptr<Rule>>;  // of few, walked for every file
+  using RuleMap = boost::container::flat_map<u64, std::unique_ptr<Rule>>;
   using OwnTags = std::map<std::string, Carriers>;
   struct File {
     bool image;
@@ -80,6 +80,7 @@ class FileTags {
   void match(u64 uid, File& file, Rule& rule);
   Rule& enter(DataPathRegex const& rule);
   void leave(RuleMap::iterator rule);
+  void makeTable();
   [[nodiscard]] std::set<std::string> const& claimedTags();
 
   Store const& store_;
@@ -87,6 +88,8 @@ class FileTags {
   boost::unordered_flat_map<u64, File> files_;
   OwnTags ownTags_;
   RuleMap rules_;
+  std::optional<WildcardTable> table_;  ///< of the rules' patterns, while these stay as they are
+  std::vector<Rule*> inTable_;          ///< the rules by their numbers in the table
   std::optional<std::set<std::string>> claimed_;
 };
 

@@ -7,6 +7,8 @@
 #include <boost/regex.hpp>
 
 #include <algorithm>
+#include <array>
+#include <bit>
 
 namespace casebook {
 
@@ -66,7 +68,12 @@ bool matchesEnd(std::string_view pattern, std::string_view text) noexcept {
   return holdsInOrder<Compare>(text, pattern);
 }
 
-constexpr std::uint64_t byteOf(char c) noexcept { return static_cast<unsigned char>(c); }
+std::uint64_t endOf(std::string_view text) noexcept {
+  std::array<char, sizeof(std::uint64_t)> end{};
+  auto const size = std::min(text.size(), end.size());
+  std::copy_n(text.end() - size, size, end.end() - size);
+  return std::bit_cast<std::uint64_t>(end);
+}
 
 }  // namespace
 
@@ -78,31 +85,16 @@ bool matchesWildcardInAnyCase(std::string_view pattern, std::string_view text) n
   return matchesEnd<InAnyCase>(pattern, text);
 }
 
-TextSketch::TextSketch(std::string_view text) noexcept {
-  for (char const c : text.substr(text.size() - std::min<std::size_t>(text.size(), 8)))
-    end = end >> 8 | byteOf(c) << 56;
-  std::uint64_t triple = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    triple = (triple << 8 | byteOf(text[i])) & 0xFFFFFF;
-    if (i < 2) continue;
-    auto const bit = triple * 0x9E3779B97F4A7C15 >> 56;
-    triples[bit / 64] |= std::uint64_t{1} << bit % 64;
-  }
-}
+WildcardText::WildcardText(std::string_view text) noexcept : text_{text}, end_{endOf(text)} {}
 
-// Of what lies between wildcards every text that matches holds all triples.
-Wildcard::Wildcard(std::string pattern) : pattern_{std::move(pattern)}, required_{""} {
-  std::string_view rest = pattern_;
-  auto const tail = rest.substr(rest.find_last_of('*') + 1);
-  required_.end = TextSketch{tail}.end;
-  for (char const c : tail.substr(tail.size() - std::min<std::size_t>(tail.size(), 8)))
-    endMask_ = endMask_ >> 8 | (c == '?' ? 0 : std::uint64_t{0xFF} << 56);
-  while (!rest.empty()) {
-    auto const plain = rest.substr(0, rest.find_first_of("*?"));
-    TextSketch const sketch{plain};
-    for (std::size_t i = 0; i < sketch.triples.size(); ++i) required_.triples[i] |= sketch.triples[i];
-    rest.remove_prefix(std::min(plain.size() + 1, rest.size()));
-  }
+Wildcard::Wildcard(std::string pattern) : pattern_{std::move(pattern)} {
+  std::string_view const tail = std::string_view{pattern_}.substr(pattern_.find_last_of('*') + 1);
+  std::string known{tail};
+  for (char& c : known) c = c == '?' ? '\0' : '\xFF';
+  leastSize_ = pattern_.size() - static_cast<std::size_t>(std::ranges::count(pattern_, '*'));
+  end_ = endOf(tail);
+  endMask_ = endOf(known);
+  endIsAll_ = leastSize_ == tail.size() && tail.size() <= sizeof end_;
 }
 
 // One pass gives what replacing one character after the other gives: backslashes are escaped before any is added, and

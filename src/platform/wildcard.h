@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -16,36 +15,38 @@ namespace casebook {
 /// The same with the letters A to Z as good as the small ones.
 [[nodiscard]] bool matchesWildcardInAnyCase(std::string_view pattern, std::string_view text) noexcept;
 
-/// What a text holds, in brief: most patterns that do not match it can tell from this alone.
-struct TextSketch {
-  explicit TextSketch(std::string_view text) noexcept;
+/// A text made ready for many patterns.
+class WildcardText {
+ public:
+  explicit WildcardText(std::string_view text) noexcept;
 
-  std::uint64_t end = 0;                   ///< its last bytes, the very last one highest
-  std::array<std::uint64_t, 4> triples{};  ///< a bit, which others may share, for each three bytes in a row
+  [[nodiscard]] std::string_view text() const noexcept { return text_; }
+  /// Its last eight bytes as a number; what a shorter text does not have is 0.
+  [[nodiscard]] std::uint64_t end() const noexcept { return end_; }
+
+ private:
+  std::string_view text_;
+  std::uint64_t end_;
 };
 
-/// A pattern made ready for many texts.
+/// A pattern made ready for many texts: most that it does not match it can tell from their ends.
 class Wildcard {
  public:
   explicit Wildcard(std::string pattern);
 
   [[nodiscard]] std::string const& pattern() const noexcept { return pattern_; }
-  /// As matchesWildcard; the sketch must be that of the text.
-  [[nodiscard]] bool matches(std::string_view text, TextSketch const& sketch) const noexcept {
-    return mayMatch(sketch) && matchesWildcard(pattern_, text);
+  /// As matchesWildcard.
+  [[nodiscard]] bool matches(WildcardText const& text) const noexcept {
+    return text.text().size() >= leastSize_ && ((text.end() ^ end_) & endMask_) == 0 &&
+           (endIsAll_ || matchesWildcard(pattern_, text.text()));
   }
 
  private:
-  [[nodiscard]] bool mayMatch(TextSketch const& sketch) const noexcept {
-    if (((sketch.end ^ required_.end) & endMask_) != 0) return false;
-    std::uint64_t missing = 0;
-    for (std::size_t i = 0; i < required_.triples.size(); ++i) missing |= required_.triples[i] & ~sketch.triples[i];
-    return missing == 0;
-  }
-
   std::string pattern_;
-  TextSketch required_;
-  std::uint64_t endMask_ = 0;
+  std::size_t leastSize_;  ///< of a text that matches
+  std::uint64_t end_;      ///< of the text, where the mask has bits
+  std::uint64_t endMask_;
+  bool endIsAll_;  ///< nothing else has to match
 };
 
 /// The regular expression that means the same.

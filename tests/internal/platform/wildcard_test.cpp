@@ -1,4 +1,4 @@
-#include "platform/wildcard.h"
+#include "platform/wildcard_table.h"
 
 #include "platform/letters.h"
 #include "support/path_test.h"
@@ -7,9 +7,12 @@
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
+#include <random>
 
 namespace casebook {
 namespace {
+
+using namespace std::string_literals;
 
 RC_GTEST_PROP(Wildcard, TranslatesLikeReplacingOneCharacterAfterTheOther, ()) {
   auto const pattern = *rc::gen::container<std::string>(
@@ -44,16 +47,45 @@ TEST(Wildcard, MatchesWhatTheSearchFindsAtTheEnd) {
     }
 }
 
-// A pattern that was ready for many texts asks first what the text's sketch tells.
-RC_GTEST_PROP(Wildcard, MatchesLikewiseWhenItWasMadeReady, ()) {
-  auto const text = *rc::gen::container<std::string>(rc::gen::elementOf(std::string{"aaAbB/.\xE9"}));
-  auto const edits = *rc::gen::container<std::string>(text.size(), rc::gen::elementOf(std::string{"=======*?x-"}));
+/// Parts of the text between asterisks, where some bytes may have been changed.
+std::string patternFor(std::string const& text, std::mt19937_64& random) {
   std::string pattern;
-  for (std::size_t i = *rc::gen::inRange<std::size_t>(0, text.size() + 1); i < text.size(); ++i)
-    if (edits[i] != '-') pattern += edits[i] == '=' ? text[i] : edits[i];
-  bool const expected = matchesWildcard(pattern, text);
-  RC_TAG(expected);
-  RC_ASSERT((Wildcard{pattern}.matches(text, TextSketch{text})) == expected);
+  for (std::size_t at = 0; at < text.size();) {
+    auto const skipped = std::min<std::size_t>(random() % 30, text.size() - at);
+    if (skipped > 0) pattern += '*';
+    at += skipped;
+    auto const kept = random() % 12;
+    pattern += text.substr(at, kept);
+    at += kept;
+    char const change = "======???*a"[random() % 11];
+    if (change != '=' && !pattern.empty()) pattern[random() % pattern.size()] = change;
+  }
+  return pattern;
+}
+
+RC_GTEST_PROP(Wildcard, MatchesLikewiseWhenItWasMadeReady, (std::uint64_t seed)) {
+  auto const text = *rc::gen::scale(3, rc::gen::container<std::string>(rc::gen::elementOf("aaAbB/.\xE9\0"s)));
+  std::mt19937_64 random{seed};
+  std::vector<Wildcard> ready;
+  std::vector<std::size_t> expected;
+  for (auto count = random() % 150; ready.size() < count;) {
+    auto const& pattern = ready.emplace_back(patternFor(text, random)).pattern();
+    bool const matches = matchesWildcard(pattern, text);
+    RC_ASSERT(ready.back().matches(WildcardText{text}) == matches);
+    if (matches) expected.push_back(ready.size() - 1);
+  }
+  RC_CLASSIFY(expected.size() > 1 && expected.size() < ready.size());
+  std::vector<Wildcard const*> patterns;
+  for (auto const& pattern : ready) patterns.push_back(&pattern);
+  std::vector<std::size_t> found;
+  WildcardTable{patterns}.forEachMatch(text, [&](std::size_t number) { found.push_back(number); });
+  RC_ASSERT(found == expected);
+}
+
+RC_GTEST_PROP(Wildcard, MatchesInAnyCaseWhatMatchesInSmallLetters, (std::uint64_t seed)) {
+  auto const text = *rc::gen::container<std::string>(rc::gen::elementOf("aaAbB/.\xE9\0"s));
+  std::mt19937_64 random{seed};
+  auto const pattern = patternFor(text, random);
   auto const small = [](std::string in) {
     std::ranges::transform(in, in.begin(), toSmallLetter);
     return in;
