@@ -35,10 +35,10 @@ class Wildcard {
   explicit Wildcard(std::string pattern);
 
   [[nodiscard]] std::string const& pattern() const noexcept { return pattern_; }
-  /// As matchesWildcard.
-  [[nodiscard]] bool matches(WildcardText const& text) const noexcept {
+  /// As matchesWildcard, when no match begins before `from`.
+  [[nodiscard]] bool matches(WildcardText const& text, std::size_t from = 0) const noexcept {
     return text.text().size() >= leastSize_ && ((text.end() ^ end_) & endMask_) == 0 &&
-           (endIsAll_ || matchesWildcard(pattern_, text.text()));
+           (endIsAll_ || matchesWildcard(pattern_, text.text().substr(from)));
   }
 
  private:

@@ -25,7 +25,7 @@ class WildcardTable {
     for (std::size_t word = 0; word < candidates_.size(); ++word)
       for (auto bits = candidates_[word]; bits != 0; bits &= bits - 1) {
         auto const number = 64 * word + static_cast<std::size_t>(std::countr_zero(bits));
-        if (patterns_[number]->matches(ready)) take(number);
+        if (patterns_[number]->matches(ready, from_[number])) take(number);
       }
   }
 
@@ -34,16 +34,18 @@ class WildcardTable {
   struct Listing {
     std::uint32_t piece;
     std::uint32_t pattern;
-    std::uint32_t next;  ///< in the same place of the table; 0 is none
+    std::uint32_t before;  ///< how many bytes of a match come before the piece; more than any text has: any number
+    std::uint32_t next;    ///< in the same place of the table; 0 is none
   };
 
-  void list(std::uint32_t piece, std::uint32_t pattern);
+  void list(Listing listing);
   void findCandidates(std::string_view text);
-  void takeListedUnder(std::uint32_t piece) noexcept;
+  void takeListedUnder(std::uint32_t piece, std::size_t at) noexcept;
 
   std::vector<Wildcard const*> patterns_;
   Bits withoutPiece_;
   Bits candidates_;                          ///< for the text at hand
+  std::vector<std::size_t> from_;            ///< where in the text at hand a match of each candidate may begin
   std::array<std::uint32_t, 4096> first_{};  ///< listings by the hashes of their pieces; 0 is none
   std::vector<Listing> listings_{{}};
 };
