@@ -15,7 +15,7 @@ template <class Handle, class Entity>
 std::vector<WeakPtr<Handle>> listOf(EntityMap<Entity> const& map) {
   std::vector<WeakPtr<Handle>> list;
   list.reserve(map.size());
-  for (auto const& entity : map.all()) list.emplace_back(entity.id);
+  map.forEach([&](u64 uid, Entity const*) { list.emplace_back(uid); });
   return list;
 }
 

@@ -57,6 +57,19 @@ class EntityMap {
   [[nodiscard]] auto all() noexcept { return std::views::values(entities_); }
   [[nodiscard]] auto all() const noexcept { return std::views::values(entities_); }
 
+  /// Calls `take` with the UID and the address of each entity, in ascending order. Takes less than `all` where entities
+  /// are not in the cache: none has to be read to find the next one.
+  void forEach(auto const& take) const {
+    if (index_.listsAll()) {
+      for (u64 uid = 0; auto* const entity : index_.list()) {
+        if (entity) take(uid, static_cast<Entity const*>(entity));
+        ++uid;
+      }
+    } else {
+      for (auto const& [uid, entity] : entities_) take(uid, &entity);
+    }
+  }
+
   /// The entities whose UIDs are higher than `uid`, which need not be held.
   [[nodiscard]] auto after(u64 uid) const noexcept {
     return std::views::values(std::ranges::subrange{entities_.upper_bound(uid), entities_.end()});

@@ -20,6 +20,11 @@ class UidIndex {
     return found == hashed_.end() ? none : found->second;
   }
 
+  /// Whether going through the list comes by all entities, in the order of their UIDs, and by few gaps.
+  [[nodiscard]] bool listsAll() const noexcept { return hashed_.empty() && listed_.size() <= farthest(); }
+  /// At the number of each UID what is known of it, or `none`.
+  [[nodiscard]] std::vector<Value> const& list() const noexcept { return listed_; }
+
   /// The index must not hold the UID yet. Throws std::bad_alloc, and nothing has changed.
   void insert(u64 uid, Value value) {
     if (uid >= farthest()) {
