@@ -7,28 +7,62 @@
 
 namespace casebook {
 
+namespace {
+
+/// Files lie scattered, and a visit reads three or four places of each: those of the files that follow are on their way
+/// from memory meanwhile.
+void forEachFile(Store const& store, auto const& visit) {
+  constexpr std::size_t ahead = 8;
+  std::vector<DataAuxFile const*> files;
+  files.reserve(store.auxFiles.size());
+  store.auxFiles.forEach([&](u64, DataAuxFile const* file) { files.push_back(file); });
+  for (std::size_t k = 0; k < files.size(); ++k) {
+    if (k + 2 * ahead < files.size()) {
+      __builtin_prefetch(&files[k + 2 * ahead]->path);
+      __builtin_prefetch(&files[k + 2 * ahead]->tag);
+    }
+    if (k + ahead < files.size()) {
+      std::string_view const path = files[k + ahead]->path;
+      __builtin_prefetch(path.data());
+      __builtin_prefetch(path.data() + path.size());
+    }
+    visit(*files[k]);
+  }
+}
+
+}  // namespace
+
 bool FileTags::Carriers::firstIsImage() const noexcept {
   return !images.empty() && (others.empty() || *images.begin() < *others.begin());
 }
 
-std::vector<std::string> FileTags::tagsOf(DataAuxFile const& file) {
-  if (!file.tag.empty()) return {file.tag};
-  refresh();
-  auto const& rules = files_.at(file.id).rules;
-  std::vector<std::string> tags;
-  tags.reserve(rules.size());
-  for (auto const* rule : rules) tags.push_back(rule->source->target);
-  std::ranges::sort(tags);
-  auto const repeated = std::ranges::unique(tags);
-  tags.erase(repeated.begin(), repeated.end());
-  return tags;
+// Where nothing is stale the file itself, which is seldom in the cache, need not be read.
+std::vector<std::string> FileTags::tagsOf(u64 uid) {
+  if (stale_.filesOrRules()) {
+    auto const& file = store_.auxFiles.at(uid);
+    if (!file.tag.empty()) return {file.tag};
+    refresh();
+  }
+  auto* const known = files_.find(uid);
+  if (!known) refuseUnknownEntity();
+  auto& [kind, shared] = *known;
+  if (kind.own) return {kind.own->first};
+  if (!shared.findings) shared.findings = targetsOf(kind.rules);
+  return *shared.findings;
+}
+
+std::vector<std::string> FileTags::targetsOf(std::vector<Rule*> const& rules) {
+  std::set<std::string> targets;
+  for (auto const* rule : rules) targets.insert(rule->source->target);
+  return {targets.begin(), targets.end()};
 }
 
 bool FileTags::hasTag(DataAuxFile const& file, std::string const& tag) {
   if (file.tag == tag) return true;
   if (!file.tag.empty()) return false;
   refresh();
-  return std::ranges::any_of(files_.at(file.id).rules, [&](Rule const* rule) { return rule->source->target == tag; });
+  return std::ranges::any_of(files_.kindOf(file.id).rules,
+                             [&](Rule const* rule) { return rule->source->target == tag; });
 }
 
 FileTags::Uids FileTags::filesWith(std::string const& tag) {
@@ -114,7 +148,7 @@ void FileTags::clear() noexcept {
 void FileTags::refresh() {
   if (!stale_.filesOrRules()) return;
   try {
-    if (stale_.everything() || stale_.files().size() > files_.size() / 256 + 16) {
+    if (stale_.everything() || stale_.files().size() > store_.auxFiles.size() / 256 + 16) {
       refreshAll();
     } else {
       for (u64 const uid : stale_.files()) refreshFile(uid);
@@ -129,9 +163,8 @@ void FileTags::refresh() {
 
 void FileTags::refreshAll() {
   clear();
-  files_.reserve(store_.auxFiles.size());
   for (auto const& rule : store_.pathRegexs.all()) enter(rule);
-  for (auto const& file : store_.auxFiles.all()) enter(file);
+  forEachFile(store_, [this](DataAuxFile const& file) { enter(file); });
 }
 
 void FileTags::refreshFile(u64 uid) {
@@ -147,48 +180,55 @@ void FileTags::refreshRule(u64 uid) {
   if (known != rules_.end()) {
     if (source && known->second->wildcard.pattern() == source->expression) {
       known->second->source = source;
+      files_.forgetFindings();
       return;
     }
     leave(known);
   }
   if (!source) return;
   auto& rule = enter(*source);
-  for (auto const& file : store_.auxFiles.all())
-    if (file.tag.empty() && rule.wildcard.matches(WildcardText{file.path})) match(file.id, files_.at(file.id), rule);
+  forEachFile(store_, [&](DataAuxFile const& file) {
+    if (!file.tag.empty() || !rule.wildcard.matches(WildcardText{file.path})) return;
+    kind_ = files_.kindOf(file.id);
+    kind_.rules.push_back(&rule);
+    files_.put(file.id, kind_);
+    carry(file.id, rule);
+  });
 }
 
 void FileTags::enter(DataAuxFile const& file) {
-  bool const image = fileMatchesWildcards(file.path, imageExtensions());
-  auto const own = file.tag.empty() ? ownTags_.end() : ownTags_.try_emplace(file.tag).first;
-  auto& entered = files_.emplace(file.id, File{image, own, {}}).first->second;
-  if (own != ownTags_.end()) {
-    own->second.of(image).insert(file.id);
-    return;
+  kind_.image = fileMatchesWildcards(file.path, imageExtensions());
+  kind_.own = file.tag.empty() ? nullptr : &*ownTags_.try_emplace(file.tag).first;
+  kind_.rules.clear();
+  if (kind_.own) {
+    kind_.own->second.of(kind_.image).insert(file.id);
+  } else {
+    if (!table_) makeTable();
+    table_->forEachMatch(file.path, [this](std::size_t number) { kind_.rules.push_back(inTable_[number]); });
   }
-  if (!table_) makeTable();
-  table_->forEachMatch(file.path, [&](std::size_t number) { match(file.id, entered, *inTable_[number]); });
+  files_.put(file.id, kind_);
+  for (auto* const rule : kind_.rules) carry(file.id, *rule);
 }
 
-void FileTags::match(u64 uid, File& file, Rule& rule) {
-  file.rules.push_back(&rule);
-  auto& carriers = rule.carriers.of(file.image);
+void FileTags::carry(u64 uid, Rule& rule) {
+  auto& carriers = rule.carriers.of(kind_.image);
   carriers.insert(carriers.end(), uid);
-  if (file.image && (rule.claimer == 0 || rule.claimer > uid)) claimed_.reset();
+  if (kind_.image && (rule.claimer == 0 || rule.claimer > uid)) claimed_.reset();
 }
 
 void FileTags::leave(u64 uid) {
-  auto const found = files_.find(uid);
-  if (found == files_.end()) return;
-  auto& [image, own, rules] = found->second;
-  if (own != ownTags_.end()) {
+  auto const* const known = files_.find(uid);
+  if (!known) return;
+  auto const& [image, own, rules] = kind_ = known->first;
+  files_.remove(uid);
+  if (own) {
     own->second.of(image).erase(uid);
-    if (own->second.empty()) ownTags_.erase(own);
+    if (own->second.empty()) ownTags_.erase(ownTags_.find(own->first));
   }
   for (auto* const rule : rules) {
     rule->carriers.of(image).erase(uid);
     if (rule->claimer == uid) claimed_.reset();
   }
-  files_.erase(found);
 }
 
 FileTags::Rule& FileTags::enter(DataPathRegex const& rule) {
@@ -199,7 +239,11 @@ FileTags::Rule& FileTags::enter(DataPathRegex const& rule) {
 void FileTags::leave(RuleMap::iterator rule) {
   table_.reset();
   for (bool const image : {true, false})
-    for (u64 const uid : rule->second->carriers.of(image)) std::erase(files_.at(uid).rules, rule->second.get());
+    for (u64 const uid : rule->second->carriers.of(image)) {
+      kind_ = files_.kindOf(uid);
+      std::erase(kind_.rules, rule->second.get());
+      files_.put(uid, kind_);
+    }
   rules_.erase(rule);
 }
 

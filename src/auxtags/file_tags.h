@@ -1,12 +1,12 @@
 #pragma once
 
+#include "auxtags/file_kinds.h"
 #include "platform/wildcard_table.h"
 #include "store/store.h"
 #include "transactions/stale_tags.h"
 
 #include <boost/container/flat_map.hpp>
 #include <boost/container/flat_set.hpp>
-#include <boost/unordered/unordered_flat_map.hpp>
 
 #include <map>
 #include <memory>
@@ -30,7 +30,7 @@ class FileTags {
   FileTags(Store const& store, StaleTags& stale) : store_{store}, stale_{stale} {}
 
   /// Ascending, each once.
-  [[nodiscard]] std::vector<std::string> tagsOf(DataAuxFile const& file);
+  [[nodiscard]] std::vector<std::string> tagsOf(u64 file);
   [[nodiscard]] bool hasTag(DataAuxFile const& file, std::string const& tag);
   /// The UIDs of the files that carry the tag, ascending.
   [[nodiscard]] Uids filesWith(std::string const& tag);
@@ -65,11 +65,22 @@ class FileTags {
   };
   using RuleMap = boost::container::flat_map<u64, std::unique_ptr<Rule>>;
   using OwnTags = std::map<std::string, Carriers>;
-  struct File {
-    bool image;
-    OwnTags::iterator own;     ///< the end when it has none
-    std::vector<Rule*> rules;  ///< that it matches
+  /// What the answers about a file follow from.
+  struct Kind {
+    bool image = false;
+    OwnTags::value_type* own = nullptr;  ///< borrowed; null when it has none
+    std::vector<Rule*> rules;            ///< that it matches; borrowed
+
+    [[nodiscard]] bool operator==(Kind const&) const = default;
+    friend std::size_t hash_value(Kind const& kind) {
+      auto hash = boost::hash_range(kind.rules.begin(), kind.rules.end());
+      boost::hash_combine(hash, kind.own);
+      boost::hash_combine(hash, kind.image);
+      return hash;
+    }
   };
+  /// Once they were asked for.
+  using KnownTags = std::optional<std::vector<std::string>>;
 
   void refresh();
   void refreshAll();
@@ -77,15 +88,17 @@ class FileTags {
   void refreshRule(u64 uid);
   void enter(DataAuxFile const& file);
   void leave(u64 uid);
-  void match(u64 uid, File& file, Rule& rule);
+  void carry(u64 uid, Rule& rule);
   Rule& enter(DataPathRegex const& rule);
   void leave(RuleMap::iterator rule);
   void makeTable();
+  [[nodiscard]] static std::vector<std::string> targetsOf(std::vector<Rule*> const& rules);
   [[nodiscard]] std::set<std::string> const& claimedTags();
 
   Store const& store_;
   StaleTags& stale_;
-  boost::unordered_flat_map<u64, File> files_;
+  FileKinds<Kind, KnownTags> files_;
+  Kind kind_;  ///< of the file at hand
   OwnTags ownTags_;
   RuleMap rules_;
   std::optional<WildcardTable> table_;  ///< of the rules' patterns, while these stay as they are

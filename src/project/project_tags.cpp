@@ -87,9 +87,7 @@ WeakPtr<Record> Project::auxFileRecord(u64 auxFile) {
   return WeakPtr<Record>{components_->store.auxFiles.at(auxFile).record};
 }
 std::string Project::auxFileRawPath(u64 auxFile) const { return components_->store.auxFiles.at(auxFile).path; }
-std::vector<std::string> Project::auxFileTags(u64 auxFile) {
-  return components_->fileTags.tagsOf(components_->store.auxFiles.at(auxFile));
-}
+std::vector<std::string> Project::auxFileTags(u64 auxFile) { return components_->fileTags.tagsOf(auxFile); }
 bool Project::auxFileHasImageExtension(u64 auxFile) const { return isImage(components_->store.auxFiles.at(auxFile)); }
 bool Project::auxFileHas3DXExtension(u64 auxFile) const {
   return fileMatchesWildcards(components_->store.auxFiles.at(auxFile).path, loadableExtensions());
