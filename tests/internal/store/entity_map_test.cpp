@@ -1,0 +1,32 @@
+#include "store/entity_map.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+namespace casebook {
+namespace {
+
+struct Numbered {
+  u64 id;
+};
+
+// Of UIDs near to each other and far away, in any order, so that some are in the list and some are not.
+RC_GTEST_PROP(EntityMap, GoesThroughWhatItHoldsInTheOrderOfUids, ()) {
+  EntityMap<Numbered> map;
+  std::map<u64, Numbered const*> held;
+  u64 const farthest = *rc::gen::elementOf(std::vector<u64>{20, 1200, 5000, 1'000'000});
+  for (auto const uid : *rc::gen::container<std::vector<u64>>(rc::gen::inRange<u64>(1, farthest)))
+    if (held.contains(uid)) {
+      map.erase(uid);
+      held.erase(uid);
+    } else {
+      held.emplace(uid, &map.insert({uid}));
+    }
+  std::vector<std::pair<u64 const, Numbered const*>> visited;
+  map.forEach([&](u64 uid, Numbered const* entity) { visited.emplace_back(uid, entity); });
+  RC_ASSERT(std::ranges::equal(visited, held));
+  for (auto const& [uid, entity] : held) RC_ASSERT(map.find(uid) == entity);
+}
+
+}  // namespace
+}  // namespace casebook
