@@ -41,24 +41,23 @@ class TextSort {
   KeySort& keySort_;
   TextKeys textKeys_;
   std::vector<Range> waiting_;
-  Ends runs_;  // of equal keys in a range
+  Ends inner_;  // but the last
+  Ends runs_;   // of equal keys in a range
 };
 
 template <class TextAt>
 void TextSort::sort(Positions positions, TextAt textAt, std::span<u64> keys, Ends& ends) {
-  auto const before = static_cast<std::ptrdiff_t>(ends.size());
-  auto inOrder = before;
+  inner_.clear();
   waiting_.assign(1, {0, positions.size(), 0});
   while (!waiting_.empty()) {
     auto const range = waiting_.back();
     waiting_.pop_back();
     auto const part = positions.subspan(range.begin, range.end - range.begin);
-    if (part.size() < few) sortFew(range, part, textAt, ends);
-    else split(range, part, textAt, keys, ends);
-    if (inOrder == before) inOrder = static_cast<std::ptrdiff_t>(ends.size());
+    if (part.size() < few) sortFew(range, part, textAt, inner_);
+    else split(range, part, textAt, keys, inner_);
   }
-  std::sort(ends.begin() + inOrder, ends.end());
-  std::inplace_merge(ends.begin() + before, ends.begin() + inOrder, ends.end());
+  if (!std::ranges::is_sorted(inner_)) std::ranges::sort(inner_);  // only where ranges waited
+  ends.insert(ends.end(), inner_.begin(), inner_.end());
   ends.push_back(static_cast<std::uint32_t>(positions.size()));
 }
 
