@@ -1,6 +1,7 @@
 #include "auxtags/file_tags.h"
 
 #include "auxtags/aux_files.h"
+#include "platform/wildcard_table.h"
 
 #include <algorithm>
 #include <queue>
@@ -138,22 +139,14 @@ void FileTags::clear() noexcept {
   files_.clear();
   ownTags_.clear();
   rules_.clear();
-  table_.reset();
   claimed_.reset();
   stale_.markEverything();
 }
 
-// Files enter and leave the sorted lists of carriers one by one, each of which moves what is behind it; where some
-// hundreds of many files do, beginning anew takes less.
 void FileTags::refresh() {
   if (!stale_.filesOrRules()) return;
   try {
-    if (stale_.everything() || stale_.files().size() > store_.auxFiles.size() / 256 + 16) {
-      refreshAll();
-    } else {
-      for (u64 const uid : stale_.files()) refreshFile(uid);
-      for (u64 const uid : stale_.rules()) refreshRule(uid);
-    }
+    refreshStale();
   } catch (...) {
     clear();
     throw;
@@ -161,15 +154,46 @@ void FileTags::refresh() {
   stale_.settleFilesAndRules();
 }
 
-void FileTags::refreshAll() {
-  clear();
-  for (auto const& rule : store_.pathRegexs.all()) enter(rule);
-  forEachFile(store_, [this](DataAuxFile const& file) { enter(file); });
+// Files enter and leave the sorted lists of carriers one by one, each of which moves what is behind it, and each rule
+// goes through all files; where some hundreds of many files do, or many rules, beginning anew takes less.
+void FileTags::refreshStale() {
+  constexpr std::size_t mostRules = 32;
+  auto rules = stale_.rules();
+  std::ranges::sort(rules);
+  auto const repeated = std::ranges::unique(rules);
+  rules.erase(repeated.begin(), repeated.end());
+  bool const many = rules.size() > mostRules || stale_.files().size() > store_.auxFiles.size() / 256 + 16;
+  if (many || stale_.everything()) return refreshAll();
+  for (u64 const uid : stale_.files()) refreshFile(uid);
+  if (!rules.empty()) files_.forgetFindings();
+  for (u64 const uid : rules) refreshRule(uid);
 }
 
+void FileTags::refreshAll() {
+  clear();
+  std::vector<Rule*> rules;
+  std::vector<Wildcard const*> patterns;
+  for (auto const& source : store_.pathRegexs.all()) {
+    rules.push_back(&enter(source));
+    patterns.push_back(&rules.back()->wildcard);
+  }
+  WildcardTable table{std::move(patterns)};
+  forEachFile(store_, [&](DataAuxFile const& file) {
+    enter(file,
+          [&](auto const& take) { table.forEachMatch(file.path, [&](std::size_t number) { take(rules[number]); }); });
+  });
+}
+
+// To make a table of the rules for single files would take longer than to try each rule.
 void FileTags::refreshFile(u64 uid) {
   leave(uid);
-  if (auto const* const file = store_.auxFiles.find(uid)) enter(*file);
+  auto const* const file = store_.auxFiles.find(uid);
+  if (!file) return;
+  enter(*file, [&](auto const& take) {
+    WildcardText const path{file->path};
+    for (auto const& [number, rule] : rules_)
+      if (rule->wildcard.matches(path)) take(rule.get());
+  });
 }
 
 // The files have been looked at before.
@@ -180,7 +204,6 @@ void FileTags::refreshRule(u64 uid) {
   if (known != rules_.end()) {
     if (source && known->second->wildcard.pattern() == source->expression) {
       known->second->source = source;
-      files_.forgetFindings();
       return;
     }
     leave(known);
@@ -196,16 +219,13 @@ void FileTags::refreshRule(u64 uid) {
   });
 }
 
-void FileTags::enter(DataAuxFile const& file) {
+template <class ForEachMatch>
+void FileTags::enter(DataAuxFile const& file, ForEachMatch const& forEachMatch) {
   kind_.image = fileMatchesWildcards(file.path, imageExtensions());
   kind_.own = file.tag.empty() ? nullptr : &*ownTags_.try_emplace(file.tag).first;
   kind_.rules.clear();
-  if (kind_.own) {
-    kind_.own->second.of(kind_.image).insert(file.id);
-  } else {
-    if (!table_) makeTable();
-    table_->forEachMatch(file.path, [this](std::size_t number) { kind_.rules.push_back(inTable_[number]); });
-  }
+  if (kind_.own) kind_.own->second.of(kind_.image).insert(file.id);
+  else forEachMatch([this](Rule* rule) { kind_.rules.push_back(rule); });
   files_.put(file.id, kind_);
   for (auto* const rule : kind_.rules) carry(file.id, *rule);
 }
@@ -232,12 +252,10 @@ void FileTags::leave(u64 uid) {
 }
 
 FileTags::Rule& FileTags::enter(DataPathRegex const& rule) {
-  table_.reset();
   return *rules_.emplace(rule.id, std::make_unique<Rule>(Rule{&rule, Wildcard{rule.expression}, {}})).first->second;
 }
 
 void FileTags::leave(RuleMap::iterator rule) {
-  table_.reset();
   for (bool const image : {true, false})
     for (u64 const uid : rule->second->carriers.of(image)) {
       kind_ = files_.kindOf(uid);
@@ -245,16 +263,6 @@ void FileTags::leave(RuleMap::iterator rule) {
       files_.put(uid, kind_);
     }
   rules_.erase(rule);
-}
-
-void FileTags::makeTable() {
-  std::vector<Wildcard const*> patterns;
-  inTable_.clear();
-  for (auto const& [uid, rule] : rules_) {
-    inTable_.push_back(rule.get());
-    patterns.push_back(&rule->wildcard);
-  }
-  table_.emplace(std::move(patterns));
 }
 
 }  // namespace casebook

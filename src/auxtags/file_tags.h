@@ -1,7 +1,7 @@
 #pragma once
 
 #include "auxtags/file_kinds.h"
-#include "platform/wildcard_table.h"
+#include "platform/wildcard.h"
 #include "store/store.h"
 #include "transactions/stale_tags.h"
 
@@ -83,15 +83,17 @@ class FileTags {
   using KnownTags = std::optional<std::vector<std::string>>;
 
   void refresh();
+  void refreshStale();
   void refreshAll();
   void refreshFile(u64 uid);
   void refreshRule(u64 uid);
-  void enter(DataAuxFile const& file);
+  /// `forEachMatch` calls what it is given with each rule that matches the file.
+  template <class ForEachMatch>
+  void enter(DataAuxFile const& file, ForEachMatch const& forEachMatch);
   void leave(u64 uid);
   void carry(u64 uid, Rule& rule);
   Rule& enter(DataPathRegex const& rule);
   void leave(RuleMap::iterator rule);
-  void makeTable();
   [[nodiscard]] static std::vector<std::string> targetsOf(std::vector<Rule*> const& rules);
   [[nodiscard]] std::set<std::string> const& claimedTags();
 
@@ -101,8 +103,6 @@ class FileTags {
   Kind kind_;  ///< of the file at hand
   OwnTags ownTags_;
   RuleMap rules_;
-  std::optional<WildcardTable> table_;  ///< of the rules' patterns, while these stay as they are
-  std::vector<Rule*> inTable_;          ///< the rules by their numbers in the table
   std::optional<std::set<std::string>> claimed_;
 };
 

@@ -35,7 +35,7 @@ class Wildcard {
   explicit Wildcard(std::string pattern);
 
   [[nodiscard]] std::string const& pattern() const noexcept { return pattern_; }
-  /// As matchesWildcard, when no match begins before `from`.
+  /// As matchesWildcard, when a match, if there is one, begins at `from` or behind it.
   [[nodiscard]] bool matches(WildcardText const& text, std::size_t from = 0) const noexcept {
     return text.text().size() >= leastSize_ && ((text.end() ^ end_) & endMask_) == 0 &&
            (endIsAll_ || matchesWildcard(pattern_, text.text().substr(from)));

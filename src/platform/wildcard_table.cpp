@@ -36,8 +36,9 @@ struct Piece {
   std::uint32_t at;  ///< its place in the pattern
 };
 
-/// The pieces between the wildcards of a pattern.
+/// The pieces between the wildcards of a pattern, of a very long one those at its beginning: any of them will do.
 std::vector<Piece> piecesOf(std::string_view pattern) {
+  pattern = pattern.substr(0, 4096);
   std::vector<Piece> pieces;
   for (std::uint32_t at = 0; at + pieceSize <= pattern.size(); ++at)
     if (auto const bytes = pattern.substr(at, pieceSize); bytes.find_first_of("*?") == std::string_view::npos)
@@ -46,7 +47,7 @@ std::vector<Piece> piecesOf(std::string_view pattern) {
 }
 
 /// How many bytes of a text that the pattern matches come before the place `at` of the pattern, where that is known:
-/// up to the second asterisk that has anything before it.
+/// up to the first asterisk that has anything before it.
 std::uint32_t bytesBefore(std::string_view pattern, std::uint32_t at) {
   auto const before = pattern.substr(0, at);
   auto const first = std::min(before.find_first_not_of('*'), before.size());
@@ -82,11 +83,11 @@ void WildcardTable::findCandidates(std::string_view text) {
   candidates_ = withoutPiece_;
   if (text.size() < pieceSize) return;
   std::size_t const last = text.size() - pieceSize;
-  std::array<std::uint32_t, 256> found;
+  std::array<std::size_t, 256> found;
   for (std::size_t at = 0; at < last;) {
     std::size_t count = 0;
     for (auto const end = std::min(at + found.size(), last); at < end; ++at) {
-      found[count] = static_cast<std::uint32_t>(at);
+      found[count] = at;
       count += first_[placeOf(pieceAt(text.data() + at))] != 0;
     }
     for (std::size_t i = 0; i < count; ++i) takeListedUnder(pieceAt(text.data() + found[i]), found[i]);
