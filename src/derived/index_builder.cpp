@@ -114,7 +114,11 @@ bool IndexBuilder::haveFewTexts(Positions positions) {
   if (haveFewKeys(positions)) return true;
   auto const textAt = [this](auto position) -> auto& { return textIn(keys_[position]); };
   return fewValues_.collect(
-      positions, [&](auto position) { return std::hash<std::string>{}(textAt(position)); },
+      positions,
+      [&, last = u64{0}, hash = std::size_t{0}](auto position) mutable {
+        if (std::exchange(last, keys_[position]) != keys_[position]) hash = std::hash<std::string>{}(textAt(position));
+        return hash;
+      },
       [&](auto a, auto b) { return textAt(a) == textAt(b); });
 }
 

@@ -33,6 +33,7 @@ void TextKeys::weigh() noexcept {
   u64 keys = 1;
   for (bytes_ = 0; bytes_ < most && lettersAt(bytes_) <= std::numeric_limits<u64>::max() / keys; ++bytes_)
     keys *= std::max(lettersAt(bytes_), u64{1});
+  differ_ = keys > 1;
   u64 weight = 1;
   for (auto place = bytes_; place-- > 0;) {
     u64 next = ends_[place] ? weight : 0;

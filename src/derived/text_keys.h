@@ -22,6 +22,8 @@ class TextKeys {
   [[nodiscard]] u64 of(std::size_t place) const noexcept;
   /// How many bytes the keys tell. Texts of equal keys are shorter and equal, or agree in these.
   [[nodiscard]] std::size_t bytes() const noexcept { return bytes_; }
+  /// Whether any two keys differ.
+  [[nodiscard]] bool differ() const noexcept { return differ_; }
 
  private:
   static constexpr std::size_t most = 23;
@@ -43,6 +45,7 @@ class TextKeys {
   std::array<bool, most + 1> ends_{};  // whether a text ends at a place
   PerLetter<u64> weights_;
   std::size_t bytes_ = 0;
+  bool differ_ = false;
 };
 
 }  // namespace casebook

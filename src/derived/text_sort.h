@@ -35,6 +35,8 @@ class TextSort {
   void sortFew(Range range, Positions part, TextAt textAt, Ends& ends);
   template <class TextAt>
   void split(Range range, Positions part, TextAt textAt, std::span<u64> keys, Ends& ends);
+  template <class TextAt>
+  void passShared(Range range, Positions part, TextAt textAt);
 
   static constexpr std::size_t few = 128;
 
@@ -73,6 +75,7 @@ void TextSort::sortFew(Range range, Positions part, TextAt textAt, Ends& ends) {
 
 template <class TextAt>
 void TextSort::split(Range range, Positions part, TextAt textAt, std::span<u64> keys, Ends& ends) {
+  if (std::ranges::all_of(part, [&](auto position) { return &textAt(position) == &textAt(part.front()); })) return;
   auto const rest = [&](std::size_t k) { return std::string_view{textAt(part[k])}.substr(range.depth); };
   constexpr std::size_t ahead = 8;  // steps in which memory answers
   textKeys_.clear();
@@ -82,6 +85,7 @@ void TextSort::split(Range range, Positions part, TextAt textAt, std::span<u64> 
     textKeys_.add(rest(k));
   }
   textKeys_.weigh();
+  if (!textKeys_.differ()) return passShared(range, part, textAt);
   for (std::size_t k = 0; k < part.size(); ++k) keys[part[k]] = textKeys_.of(k);
   runs_.clear();
   keySort_.sort(part, keys, runs_);
@@ -91,6 +95,18 @@ void TextSort::split(Range range, Positions part, TextAt textAt, std::span<u64> 
       waiting_.push_back({range.begin + begin, range.begin + end, range.depth + textKeys_.bytes()});
     begin = end;
   }
+}
+
+// Keys tell nothing of texts that agree in all that goes into one: they wait for what comes after all that they share.
+template <class TextAt>
+void TextSort::passShared(Range range, Positions part, TextAt textAt) {
+  auto shared = std::string_view{textAt(part.front())}.substr(range.depth);
+  if (shared.size() < textKeys_.bytes()) return;  // all are equal
+  for (auto const position : part) {
+    auto const rest = std::string_view{textAt(position)}.substr(range.depth);
+    shared = {shared.begin(), std::ranges::mismatch(shared, rest).in1};
+  }
+  waiting_.push_back({range.begin, range.end, range.depth + shared.size()});
 }
 
 }  // namespace casebook

@@ -145,7 +145,7 @@ void Merging::addAuxFiles(Rows const& records, AuxFileCollectionInterface const&
 void Merging::addAuxFilesOfRow(u64 record, AuxFileCollectionInterface const& auxFiles, u64 row) {
   std::vector<std::pair<std::string, std::vector<std::string>>> answers;
   for (auto const& tag : auxFiles.tags()) answers.emplace_back(tag, auxFiles.files(row, tag));
-  if (answers.empty()) return;
+  if (answers.empty()) return (void)store_.records.at(record);
   auto existing = auxFiles_.ofRecord(record);
   for (auto const& [tag, paths] : answers)
     for (auto const& path : paths) auxFiles_.addUnique(record, existing, path, tag);

@@ -14,7 +14,7 @@ template <class Value, Value none>
 class UidIndex {
  public:
   [[nodiscard]] Value find(u64 uid) const noexcept {
-    if (uid < listed_.size() && listed_[uid] != none) return listed_[uid];
+    if (lists(uid)) return listed_[uid];
     if (hashed_.empty()) return none;
     auto const found = hashed_.find(uid);
     return found == hashed_.end() ? none : found->second;
@@ -38,17 +38,24 @@ class UidIndex {
 
   /// The index holds the UID, perhaps with `none`.
   void assign(u64 uid, Value value) noexcept {
-    auto const found = hashed_.empty() ? hashed_.end() : hashed_.find(uid);
-    (found == hashed_.end() ? listed_[uid] : found->second) = value;
+    if (hashed_.empty() || lists(uid)) {
+      listed_[uid] = value;
+    } else {
+      auto const found = hashed_.find(uid);
+      (found == hashed_.end() ? listed_[uid] : found->second) = value;
+    }
   }
 
   /// The index holds the UID.
   void erase(u64 uid) noexcept {
-    if (hashed_.erase(uid) == 0) listed_[uid] = none;
+    if (lists(uid)) listed_[uid] = none;
+    else hashed_.erase(uid);
     --size_;
   }
 
  private:
+  [[nodiscard]] bool lists(u64 uid) const noexcept { return uid < listed_.size() && listed_[uid] != none; }
+
   // A hashed entity takes about as much, and longer to find.
   static constexpr u64 listedBytesOfEach = 64;
 

@@ -54,6 +54,11 @@ constexpr Content contents[] = {
     {"texts, few", [](Random& r) { return Variant{"centre " + std::to_string(r() % 20)}; }},
     {"texts, few and shared", sharedText},
     {"texts, distinct", [](Random& r) { return r() % 50 == 0 ? "none" : Variant{"note " + std::to_string(r())}; }},
+    {"texts, distinct beside a long one",
+     [](Random& r) {
+       static Variant const longOne{std::string(200, 'n')};
+       return r() % 3 != 0 ? longOne : Variant{std::string(190, 'n') + std::to_string(r())};
+     }},
     {"texts, odd", [](Random& r) { return text(r, 0); }},
     {"texts, long and alike", [](Random& r) { return text(r, 100 + r() % 2 * 7); }},
     {"everything",

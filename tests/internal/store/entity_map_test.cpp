@@ -28,5 +28,26 @@ RC_GTEST_PROP(EntityMap, GoesThroughWhatItHoldsInTheOrderOfUids, ()) {
   for (auto const& [uid, entity] : held) RC_ASSERT(map.find(uid) == entity);
 }
 
+// As rows are kept, of which some are not known yet.
+RC_GTEST_PROP(UidIndex, FindsWhatWasAssignedLast, (std::vector<std::uint8_t> const& values)) {
+  UidIndex<int, 0> index;
+  std::map<u64, int> held;
+  for (auto const value : values) {
+    auto const uid = *rc::gen::element<u64>(1, 2, 1030, 1050, 1100, 5000);
+    auto const found = held.find(uid);
+    if (found == held.end()) {
+      index.insert(uid, value % 4);
+      held.emplace(uid, value % 4);
+    } else if (value % 5 == 0) {
+      index.erase(uid);
+      held.erase(found);
+    } else {
+      index.assign(uid, found->second = value % 4);
+    }
+    for (u64 const any : {1, 2, 1030, 1050, 1100, 5000})
+      RC_ASSERT(index.find(any) == (held.contains(any) ? held.at(any) : 0));
+  }
+}
+
 }  // namespace
 }  // namespace casebook
