@@ -30,10 +30,11 @@ RC_GTEST_PROP(EntityMap, GoesThroughWhatItHoldsInTheOrderOfUids, ()) {
 
 // As rows are kept, of which some are not known yet.
 RC_GTEST_PROP(UidIndex, FindsWhatWasAssignedLast, (std::vector<std::uint8_t> const& values)) {
+  std::vector<u64> const uids{1, 2, 1030, 1050, 1100, 5000};
   UidIndex<int, 0> index;
   std::map<u64, int> held;
   for (auto const value : values) {
-    auto const uid = *rc::gen::element<u64>(1, 2, 1030, 1050, 1100, 5000);
+    auto const uid = *rc::gen::elementOf(uids);
     auto const found = held.find(uid);
     if (found == held.end()) {
       index.insert(uid, value % 4);
@@ -44,7 +45,7 @@ RC_GTEST_PROP(UidIndex, FindsWhatWasAssignedLast, (std::vector<std::uint8_t> con
     } else {
       index.assign(uid, found->second = value % 4);
     }
-    for (u64 const any : {1, 2, 1030, 1050, 1100, 5000})
+    for (auto const any : uids)
       RC_ASSERT(index.find(any) == (held.contains(any) ? held.at(any) : 0));
   }
 }
