@@ -45,8 +45,7 @@ RC_GTEST_PROP(UidIndex, FindsWhatWasAssignedLast, (std::vector<std::uint8_t> con
     } else {
       index.assign(uid, found->second = value % 4);
     }
-    for (auto const any : uids)
-      RC_ASSERT(index.find(any) == (held.contains(any) ? held.at(any) : 0));
+    for (auto const any : uids) RC_ASSERT(index.find(any) == (held.contains(any) ? held.at(any) : 0));
   }
 }
 
