@@ -4,6 +4,7 @@
 #include "derived/text_keys.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace casebook {
 
@@ -55,6 +56,8 @@ void TextSort::sort(Positions positions, TextAt textAt, std::span<u64> keys, End
     auto const range = waiting_.back();
     waiting_.pop_back();
     auto const part = positions.subspan(range.begin, range.end - range.begin);
+    auto const isFirst = [&](auto position) { return &textAt(position) == &textAt(part.front()); };
+    if (std::ranges::all_of(part, isFirst)) continue;
     if (part.size() < few) sortFew(range, part, textAt, inner_);
     else split(range, part, textAt, keys, inner_);
   }
@@ -65,17 +68,17 @@ void TextSort::sort(Positions positions, TextAt textAt, std::span<u64> keys, End
 
 template <class TextAt>
 void TextSort::sortFew(Range range, Positions part, TextAt textAt, Ends& ends) {
+  auto const rest = [&](auto position) { return std::string_view{textAt(position)}.substr(range.depth); };
   std::ranges::sort(part, [&](auto a, auto b) {
-    auto const order = textAt(a) <=> textAt(b);
+    auto const order = rest(a) <=> rest(b);
     return order == 0 ? a < b : order < 0;
   });
   for (std::size_t k = 1; k < part.size(); ++k)
-    if (textAt(part[k - 1]) != textAt(part[k])) ends.push_back(static_cast<std::uint32_t>(range.begin + k));
+    if (rest(part[k - 1]) != rest(part[k])) ends.push_back(static_cast<std::uint32_t>(range.begin + k));
 }
 
 template <class TextAt>
 void TextSort::split(Range range, Positions part, TextAt textAt, std::span<u64> keys, Ends& ends) {
-  if (std::ranges::all_of(part, [&](auto position) { return &textAt(position) == &textAt(part.front()); })) return;
   auto const rest = [&](std::size_t k) { return std::string_view{textAt(part[k])}.substr(range.depth); };
   constexpr std::size_t ahead = 8;  // steps in which memory answers
   textKeys_.clear();
@@ -102,7 +105,9 @@ template <class TextAt>
 void TextSort::passShared(Range range, Positions part, TextAt textAt) {
   auto shared = std::string_view{textAt(part.front())}.substr(range.depth);
   if (shared.size() < textKeys_.bytes()) return;  // all are equal
+  std::string const* last = &textAt(part.front());
   for (auto const position : part) {
+    if (std::exchange(last, &textAt(position)) == &textAt(position)) continue;
     auto const rest = std::string_view{textAt(position)}.substr(range.depth);
     shared = {shared.begin(), std::ranges::mismatch(shared, rest).in1};
   }
